@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QtGlobal>
+
+#include <optional>
+
+namespace velmorin {
+
+/// The window that the user works in. Main thread.
+class ActiveWindow {
+public:
+    virtual ~ActiveWindow() = default;
+
+    /// The process that owns the window with the keyboard focus, as the display server tells it;
+    /// none when no window has the focus or its process is not known.
+    [[nodiscard]] virtual std::optional<qint64> processId() = 0;
+};
+
+} // namespace velmorin

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDateTime>
+
+namespace velmorin {
+
+/// The wall clock. Any thread.
+class Clock {
+public:
+    virtual ~Clock() = default;
+
+    /// The current date and time in the user's time zone, to the millisecond.
+    [[nodiscard]] virtual QDateTime now() const = 0;
+};
+
+} // namespace velmorin

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Platform/Accessibility.h"
+#include "Platform/ActiveWindow.h"
+#include "Platform/Freedesktop/AccessibilityOffer.h"
+#include "Platform/Freedesktop/AtSpiElement.h"
+#include "Platform/Freedesktop/AtSpiFocus.h"
+
+#include <memory>
+
+namespace velmorin {
+
+/// Accessibility through AT-SPI 2 on D-Bus. "Trusted" means that the accessibility bus is there
+/// and switched on.
+///
+/// Applications are not believed: some accept a write and do nothing, some carry out a write into
+/// a read-only field. So a field is written only when its states and interfaces allow it, and read
+/// again afterwards; what was half done is put back.
+class AtSpiAccessibility : public Accessibility {
+public:
+    explicit AtSpiAccessibility(std::shared_ptr<ActiveWindow> activeWindow);
+
+    [[nodiscard]] bool isProcessTrusted() override;
+    bool isProcessTrustedWithOptions(const QVariantMap& options) override;
+    [[nodiscard]] AXUIElementRef createSystemWide() override;
+    [[nodiscard]] AXError copyAttributeValue(const AXUIElementRef& element,
+                                             const QString& attribute, QVariant& value) override;
+    [[nodiscard]] AXError setAttributeValue(const AXUIElementRef& element, const QString& attribute,
+                                            const QVariant& value) override;
+
+private:
+    [[nodiscard]] AXError copyFocused(QVariant& value);
+    [[nodiscard]] AXError mayWrite(AtSpiElement& element);
+
+    std::shared_ptr<ActiveWindow> m_activeWindow;
+    AtSpiBus m_bus;
+    AtSpiFocus m_focus;
+    AccessibilityOffer m_offer;
+};
+
+} // namespace velmorin

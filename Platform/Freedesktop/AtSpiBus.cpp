@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/Freedesktop/AtSpiBus.h"
+
+#include <QCoreApplication>
+#include <QDBusReply>
+#include <QDBusVariant>
+#include <QPointer>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace velmorin {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr char kBusService[] = "org.a11y.Bus";
+constexpr char kBusPath[] = "/org/a11y/bus";
+constexpr char kStatusInterface[] = "org.a11y.Status";
+constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
+constexpr char kLocalPath[] = "/org/freedesktop/DBus/Local";
+constexpr char kLocalInterface[] = "org.freedesktop.DBus.Local";
+constexpr auto kSetUpTimeout = 5s; // on the connecting thread, the launcher may have to start
+
+QString latin1(const char* text) {
+    return QString::fromLatin1(text);
+}
+
+QDBusMessage busCall(const char* interface, const char* method) {
+    return QDBusMessage::createMethodCall(latin1(kBusService), latin1(kBusPath), latin1(interface),
+                                          latin1(method));
+}
+
+int milliseconds(std::chrono::milliseconds time) {
+    return static_cast<int>(time.count());
+}
+
+} // namespace
+
+AtSpiBus::AtSpiBus() {
+    startConnecting();
+}
+
+AtSpiBus::~AtSpiBus() {
+    dropBus();
+}
+
+bool AtSpiBus::isEnabled(const QDeadlineTimer& deadline) {
+    if (!m_bus && !m_connecting.valid()) {
+        startConnecting();
+    }
+    if (!m_bus) {
+        waitUntilConnected(deadline);
+    }
+    if (m_bus && !m_bus->isConnected()) {
+        onDisconnected();
+    }
+    return m_bus && m_enabled;
+}
+
+void AtSpiBus::enable() {
+    if (!m_session) {
+        return;
+    }
+    QDBusMessage set = busCall(kProperties, "Set");
+    set << latin1(kStatusInterface) << QStringLiteral("IsEnabled")
+        << QVariant::fromValue(QDBusVariant(true));
+    m_session->asyncCall(set);
+}
+
+QDBusConnection AtSpiBus::session() const {
+    return m_session.value_or(QDBusConnection(QStringLiteral("velmorin-none")));
+}
+
+QDBusMessage AtSpiBus::call(const QDBusMessage& message, const QDeadlineTimer& deadline) {
+    QDBusPendingCall pending = callAsync(message, deadline);
+    pending.waitForFinished();
+    return pending.reply();
+}
+
+QDBusPendingCall AtSpiBus::callAsync(const QDBusMessage& message, const QDeadlineTimer& deadline) {
+    if (!m_bus || deadline.hasExpired()) {
+        return QDBusPendingCall::fromError(
+            QDBusError(QDBusError::NoReply, QStringLiteral("no bus, or no time left")));
+    }
+    return m_bus->asyncCall(message,
+                            static_cast<int>(std::max<qint64>(deadline.remainingTime(), 1)));
+}
+
+void AtSpiBus::startConnecting() {
+    if (m_connecting.valid()) {
+        return;
+    }
+    m_busName = QStringLiteral("velmorin-a11y-%1").arg(++m_connectionNumber);
+    std::promise<Connected> promise;
+    m_connecting = promise.get_future();
+    // Detached, not joined: a bus daemon that hangs must not keep the program from ending.
+    std::thread([promise = std::move(promise), session = m_session, name = m_busName,
+                 self = QPointer(this)]() mutable {
+        promise.set_value(connectBuses(std::move(session), name));
+        if (qApp == nullptr) {
+            return;
+        }
+        QMetaObject::invokeMethod(
+            qApp,
+            [self] {
+                if (self) {
+                    self->adopt();
+                }
+            },
+            Qt::QueuedConnection);
+    }).detach();
+}
+
+AtSpiBus::Connected AtSpiBus::connectBuses(std::optional<QDBusConnection> session,
+                                           const QString& busName) {
+    Connected connected{std::move(session), std::nullopt, false};
+    if (!connected.session) {
+        QDBusConnection own = QDBusConnection::connectToBus(QDBusConnection::SessionBus,
+                                                            QStringLiteral("velmorin-session"));
+        if (!own.isConnected()) {
+            return connected;
+        }
+        connected.session = std::move(own);
+    }
+    const QDBusReply<QString> address = connected.session->call(
+        busCall(kBusService, "GetAddress"), QDBus::Block, milliseconds(kSetUpTimeout));
+    if (!address.isValid() || address.value().isEmpty()) {
+        return connected;
+    }
+    QDBusMessage get = busCall(kProperties, "Get");
+    get << latin1(kStatusInterface) << QStringLiteral("IsEnabled");
+    const QDBusReply<QDBusVariant> enabled =
+        connected.session->call(get, QDBus::Block, milliseconds(kSetUpTimeout));
+    connected.enabled = enabled.isValid() && enabled.value().variant().toBool();
+
+    QDBusConnection bus = QDBusConnection::connectToBus(address.value(), busName);
+    if (!bus.isConnected()) {
+        return connected;
+    }
+    // Applications send only the events that somebody has asked for.
+    QDBusMessage registerEvent = QDBusMessage::createMethodCall(
+        QStringLiteral("org.a11y.atspi.Registry"), QStringLiteral("/org/a11y/atspi/registry"),
+        QStringLiteral("org.a11y.atspi.Registry"), QStringLiteral("RegisterEvent"));
+    registerEvent << QStringLiteral("object:state-changed:focused");
+    std::ignore = bus.call(registerEvent, QDBus::Block, milliseconds(kSetUpTimeout));
+    connected.bus = std::move(bus);
+    return connected;
+}
+
+void AtSpiBus::adopt() {
+    if (!m_connecting.valid() || m_connecting.wait_for(0s) != std::future_status::ready) {
+        return;
+    }
+    Connected connected = m_connecting.get();
+    if (!m_session && connected.session) {
+        m_session = connected.session;
+        m_session->connect(latin1(kBusService), latin1(kBusPath), latin1(kProperties),
+                           QStringLiteral("PropertiesChanged"), this,
+                           SLOT(onStatusChanged(QString, QVariantMap, QStringList)));
+        m_session->connect(QStringLiteral("org.freedesktop.DBus"),
+                           QStringLiteral("/org/freedesktop/DBus"),
+                           QStringLiteral("org.freedesktop.DBus"),
+                           QStringLiteral("NameOwnerChanged"), {latin1(kBusService)}, QString(),
+                           this, SLOT(onBusOwnerChanged(QString, QString, QString)));
+        Q_EMIT sessionConnected();
+    }
+    m_enabled = connected.enabled;
+    m_bus = std::move(connected.bus);
+    if (!m_bus) {
+        return;
+    }
+    m_bus->connect(QString(), QString(), QStringLiteral("org.a11y.atspi.Event.Object"),
+                   QStringLiteral("StateChanged"), {QStringLiteral("focused")}, QString(), this,
+                   SLOT(onStateChanged(QDBusMessage)));
+    m_bus->connect(QString(), latin1(kLocalPath), latin1(kLocalInterface),
+                   QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
+}
+
+void AtSpiBus::waitUntilConnected(const QDeadlineTimer& deadline) {
+    if (m_connecting.valid() && m_connecting.wait_for(std::max(deadline.remainingTimeAsDuration(),
+                                                               0ns)) == std::future_status::ready) {
+        adopt();
+    }
+}
+
+void AtSpiBus::dropBus() {
+    if (m_bus) {
+        m_bus.reset();
+        QDBusConnection::disconnectFromBus(m_busName);
+    }
+}
+
+void AtSpiBus::onStateChanged(const QDBusMessage& message) {
+    // Arguments: the state's name, 1 for gained or 0 for lost, ...
+    const QVariantList arguments = message.arguments();
+    if (arguments.size() >= 2 && arguments.at(1).toInt() == 1) {
+        Q_EMIT focused(message.service(), message.path());
+    }
+}
+
+void AtSpiBus::onStatusChanged(const QString& interface, const QVariantMap& changed,
+                               const QStringList& /*invalidated*/) {
+    const auto enabled = changed.constFind(QStringLiteral("IsEnabled"));
+    if (interface == latin1(kStatusInterface) && enabled != changed.constEnd()) {
+        m_enabled = enabled->toBool();
+    }
+}
+
+void AtSpiBus::onDisconnected() {
+    dropBus();
+    startConnecting();
+}
+
+void AtSpiBus::onBusOwnerChanged(const QString& /*name*/, const QString& /*oldOwner*/,
+                                 const QString& newOwner) {
+    if (!newOwner.isEmpty() && !m_bus) {
+        startConnecting();
+    }
+}
+
+} // namespace velmorin

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Platform/Memory/MemoryAccessibility.h"
+#include "Platform/Memory/MemoryClock.h"
+#include "Platform/Memory/MemoryHotKeys.h"
+#include "Platform/Memory/MemoryKeyEvents.h"
+#include "Platform/Memory/MemoryMainQueue.h"
+#include "Platform/Memory/MemoryPasteboard.h"
+#include "Platform/Memory/MemoryUserDefaults.h"
+#include "Platform/Platform.h"
+
+#include <memory>
+
+namespace velmorin {
+
+/// A platform that lives in memory, and the handles by which a test moves it.
+struct MemoryPlatform {
+    std::shared_ptr<MemoryMainQueue> mainQueue = std::make_shared<MemoryMainQueue>();
+    std::shared_ptr<MemoryClock> clock = std::make_shared<MemoryClock>(mainQueue);
+    std::shared_ptr<MemoryHotKeys> hotKeys = std::make_shared<MemoryHotKeys>();
+    std::shared_ptr<MemoryAccessibility> accessibility = std::make_shared<MemoryAccessibility>();
+    std::shared_ptr<MemoryPasteboard> pasteboard = std::make_shared<MemoryPasteboard>();
+    std::shared_ptr<MemoryKeyEvents> keyEvents = std::make_shared<MemoryKeyEvents>();
+    std::shared_ptr<MemoryUserDefaults> standardUserDefaults =
+        std::make_shared<MemoryUserDefaults>();
+
+    [[nodiscard]] Platform platform() const {
+        return {mainQueue,           clock, hotKeys, accessibility, pasteboard, keyEvents,
+                standardUserDefaults};
+    }
+};
+
+} // namespace velmorin

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/X11/SelectionServer.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace velmorin {
+
+namespace {
+
+constexpr uint32_t kMaxMultipleTargets = 64;
+
+/// Of two numbers of a counter that wraps around.
+bool isBefore(uint32_t earlier, uint32_t later) {
+    return static_cast<int32_t>(earlier - later) < 0;
+}
+
+bool isLatin1(const QString& text) {
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() <= 0xff; });
+}
+
+template <typename T>
+QByteArray bytesOf(const std::vector<T>& values) {
+    return {reinterpret_cast<const char*>(values.data()),
+            static_cast<qsizetype>(values.size() * sizeof(T))};
+}
+
+} // namespace
+
+SelectionServer::SelectionServer(std::shared_ptr<XcbConnection> connection,
+                                 std::shared_ptr<MainQueue> queue, xcb_atom_t selection)
+    : m_connection(std::move(connection)),
+      m_sender(std::make_shared<IncrementalSender>(m_connection, std::move(queue))),
+      m_selection(selection), m_atoms{m_connection->atom("TARGETS"),
+                                      m_connection->atom("TIMESTAMP"),
+                                      m_connection->atom("MULTIPLE"),
+                                      m_connection->atom("ATOM_PAIR"),
+                                      m_connection->atom("UTF8_STRING"),
+                                      m_connection->atom("text/plain;charset=utf-8"),
+                                      m_connection->atom("text/plain"),
+                                      m_connection->atom("TEXT"),
+                                      m_connection->atom("x-kde-passwordManagerHint")} {}
+
+bool SelectionServer::own(std::optional<QString> text) {
+    drop();
+    const xcb_timestamp_t now = m_connection->serverTime();
+    if (now == XCB_CURRENT_TIME) {
+        return false; // the server has gone
+    }
+    m_ownedSinceRequest =
+        xcb_set_selection_owner(m_connection->get(), m_connection->window(), m_selection, now)
+            .sequence;
+    m_isOwner = currentOwner() == m_connection->window();
+    if (m_isOwner) {
+        m_ownedSince = now;
+        m_text = std::move(text);
+    }
+    return m_isOwner;
+}
+
+void SelectionServer::drop() {
+    m_isOwner = false;
+    m_text.reset();
+}
+
+xcb_window_t SelectionServer::currentOwner() const {
+    xcb_connection_t* c = m_connection->get();
+    const XcbPtr<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_selection), nullptr));
+    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+void SelectionServer::handleEvent(const xcb_generic_event_t& event) {
+    m_sender->handleEvent(event);
+    if (eventType(event) == XCB_SELECTION_REQUEST) {
+        answer(eventAs<xcb_selection_request_event_t>(event));
+    }
+    // A loss from before we took the selection back may come to be handled only now.
+    if (eventType(event) == XCB_SELECTION_CLEAR &&
+        eventAs<xcb_selection_clear_event_t>(event).selection == m_selection &&
+        !isBefore(event.full_sequence, m_ownedSinceRequest)) {
+        drop();
+    }
+}
+
+void SelectionServer::answer(const xcb_selection_request_event_t& request) {
+    if (request.requestor == m_connection->window()) {
+        return; // only another client would make us write to our own window
+    }
+    // Clients from before the conventions of 1989 name no property.
+    const xcb_atom_t property =
+        request.property != XCB_ATOM_NONE ? request.property : request.target;
+    bool delivered = false;
+    if (isForUs(request)) {
+        delivered = request.target == m_atoms.multiple
+                        ? deliverMultiple(request.requestor, request.property)
+                        : deliver(request.requestor, property, request.target);
+    }
+    const xcb_selection_notify_event_t notify{XCB_SELECTION_NOTIFY,
+                                              0,
+                                              0,
+                                              request.time,
+                                              request.requestor,
+                                              request.selection,
+                                              request.target,
+                                              delivered ? property : xcb_atom_t{XCB_ATOM_NONE}};
+    char event[32] = {}; // the size of every event on the wire
+    std::memcpy(event, &notify, sizeof notify);
+    xcb_send_event(m_connection->get(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event);
+}
+
+/// A request from before we became the owner asks for a text that is no longer there. It must not
+/// get the present one: that would be the old text put back after a paste that came late.
+bool SelectionServer::isForUs(const xcb_selection_request_event_t& request) const {
+    return m_isOwner && request.selection == m_selection &&
+           (request.time == XCB_CURRENT_TIME || !isBefore(request.time, m_ownedSince));
+}
+
+bool SelectionServer::deliver(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t target) {
+    const std::optional<Value> value = valueAs(target);
+    m_sender->cancel(requestor, property);
+    if (!value) {
+        return false;
+    }
+    if (value->bytes.size() > m_sender->pieceBytes()) {
+        return m_sender->begin(requestor, property, value->type, value->bytes);
+    }
+    xcb_change_property(
+        m_connection->get(), XCB_PROP_MODE_REPLACE, requestor, property, value->type, value->format,
+        static_cast<uint32_t>(value->bytes.size() / (value->format / 8)), value->bytes.constData());
+    return true;
+}
+
+/// The property names pairs of a target and a property; a target that we do not have becomes None.
+bool SelectionServer::deliverMultiple(xcb_window_t requestor, xcb_atom_t property) {
+    using Pair = std::array<xcb_atom_t, 2>;
+    const XcbConnection::Property request =
+        m_connection->property(requestor, property, kMaxMultipleTargets * sizeof(Pair));
+    const size_t count = static_cast<size_t>(request.bytes.size()) / sizeof(Pair);
+    if (property == XCB_ATOM_NONE || request.format != 32 || count > kMaxMultipleTargets) {
+        return false;
+    }
+    std::vector<Pair> pairs(count);
+    std::memcpy(pairs.data(), request.bytes.constData(), count * sizeof(Pair));
+    for (auto& [target, into] : pairs) {
+        if (into == XCB_ATOM_NONE || !deliver(requestor, into, target)) {
+            target = XCB_ATOM_NONE;
+        }
+    }
+    xcb_change_property(m_connection->get(), XCB_PROP_MODE_REPLACE, requestor, property,
+                        m_atoms.atomPair, 32, static_cast<uint32_t>(2 * count), pairs.data());
+    return true;
+}
+
+std::optional<SelectionServer::Value> SelectionServer::valueAs(xcb_atom_t target) const {
+    if (target == m_atoms.targets) {
+        return Value{XCB_ATOM_ATOM, 32, bytesOf(targets())};
+    }
+    if (target == m_atoms.timestamp) {
+        return Value{XCB_ATOM_INTEGER, 32, bytesOf(std::vector{m_ownedSince})};
+    }
+    if (!m_text) {
+        return std::nullopt;
+    }
+    if (target == m_atoms.utf8String || target == m_atoms.utf8Plain || target == m_atoms.plain) {
+        return Value{target, 8, m_text->toUtf8()};
+    }
+    if (target == m_atoms.text) {
+        return Value{m_atoms.utf8String, 8, m_text->toUtf8()}; // the owner's choice of a type
+    }
+    if (target == XCB_ATOM_STRING && isLatin1(*m_text)) {
+        return Value{XCB_ATOM_STRING, 8, m_text->toLatin1()};
+    }
+    if (target == m_atoms.hint) {
+        return Value{target, 8, QByteArrayLiteral("secret")};
+    }
+    return std::nullopt;
+}
+
+std::vector<xcb_atom_t> SelectionServer::targets() const {
+    std::vector<xcb_atom_t> atoms{m_atoms.targets, m_atoms.timestamp, m_atoms.multiple};
+    if (m_text) {
+        atoms.insert(atoms.end(), {m_atoms.utf8String, m_atoms.utf8Plain, m_atoms.plain,
+                                   m_atoms.text, m_atoms.hint});
+        if (isLatin1(*m_text)) {
+            atoms.push_back(XCB_ATOM_STRING);
+        }
+    }
+    return atoms;
+}
+
+} // namespace velmorin

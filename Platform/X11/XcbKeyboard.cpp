@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/X11/XcbKeyboard.h"
+
+#include "Platform/KeyEvents.h"
+#include "Platform/X11/XcbXkb.h"
+
+#include <algorithm>
+#include <array>
+
+#include <xcb/xinput.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+#include <xkbcommon/xkbcommon-x11.h>
+
+namespace velmorin {
+
+namespace {
+
+/// Where a virtual key is, by the name that XKB gives the position, and the letter it bears on the
+/// ANSI keyboard (none for keys that are no letters).
+struct KeyPosition {
+    quint16 virtualKey;
+    const char* name;
+    xkb_keysym_t letter;
+};
+
+constexpr std::array kPositions{
+    KeyPosition{kVK_ANSI_A, "AC01", XKB_KEY_a},
+    KeyPosition{kVK_ANSI_C, "AB03", XKB_KEY_c},
+    KeyPosition{kVK_ANSI_V, "AB04", XKB_KEY_v},
+    KeyPosition{kVK_Space, "SPCE", XKB_KEY_NoSymbol},
+    KeyPosition{kVK_Delete, "BKSP", XKB_KEY_NoSymbol},
+};
+
+constexpr std::array kLockKeysyms{xkb_keysym_t{XKB_KEY_Caps_Lock}, xkb_keysym_t{XKB_KEY_Shift_Lock},
+                                  xkb_keysym_t{XKB_KEY_Num_Lock},
+                                  xkb_keysym_t{XKB_KEY_Scroll_Lock}};
+
+constexpr int kControlIndex = 2; // Shift, Lock, Control, Mod1 ... Mod5
+
+const KeyPosition* positionOf(quint16 virtualKey) {
+    const auto* found = std::find_if(kPositions.begin(), kPositions.end(), [&](const auto& known) {
+        return known.virtualKey == virtualKey;
+    });
+    return found == kPositions.end() ? nullptr : found;
+}
+
+} // namespace
+
+XcbKeyboard::XcbKeyboard(std::shared_ptr<XcbConnection> connection)
+    : m_connection(std::move(connection)), m_context(xkb_context_new(XKB_CONTEXT_NO_FLAGS)) {
+    xkb_x11_setup_xkb_extension(m_connection->get(), XKB_X11_MIN_MAJOR_XKB_VERSION,
+                                XKB_X11_MIN_MINOR_XKB_VERSION, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS,
+                                nullptr, nullptr, nullptr, nullptr);
+    selectMapEvents();
+    m_events =
+        m_connection->addHandler([this](const xcb_generic_event_t& event) { handleEvent(event); });
+    loadMap();
+}
+
+std::optional<xcb_keycode_t> XcbKeyboard::keyCodeAt(quint16 virtualKey) const {
+    const KeyPosition* position = positionOf(virtualKey);
+    if (position == nullptr || !m_keymap) {
+        return std::nullopt;
+    }
+    const xkb_keycode_t key = xkb_keymap_key_by_name(m_keymap.get(), position->name);
+    if (key == XKB_KEYCODE_INVALID || key > 255) {
+        return std::nullopt;
+    }
+    return static_cast<xcb_keycode_t>(key);
+}
+
+std::optional<xcb_keycode_t> XcbKeyboard::shortcutKeyCode(quint16 virtualKey) const {
+    const std::optional<xcb_keycode_t> position = keyCodeAt(virtualKey);
+    if (!position || positionOf(virtualKey)->letter == XKB_KEY_NoSymbol) {
+        return position;
+    }
+    const std::array letter{positionOf(virtualKey)->letter};
+    std::vector<xkb_layout_index_t> layouts{activeLayout()};
+    for (xkb_layout_index_t i = 0; i < xkb_keymap_num_layouts(m_keymap.get()); ++i) {
+        layouts.push_back(i);
+    }
+    for (const xkb_layout_index_t layout : layouts) {
+        if (bears(*position, layout, letter)) {
+            return position;
+        }
+        for (xkb_keycode_t key = xkb_keymap_min_keycode(m_keymap.get());
+             key <= std::min(xkb_keymap_max_keycode(m_keymap.get()), xkb_keycode_t{255}); ++key) {
+            if (bears(static_cast<xcb_keycode_t>(key), layout, letter)) {
+                return static_cast<xcb_keycode_t>(key);
+            }
+        }
+    }
+    return position;
+}
+
+uint16_t XcbKeyboard::modifierMask(std::span<const xkb_keysym_t> keysyms) const {
+    for (size_t bit = 0; bit < m_modifierKeys.size(); ++bit) {
+        if (std::any_of(m_modifierKeys[bit].begin(), m_modifierKeys[bit].end(),
+                        [&](xcb_keycode_t key) { return bearsInAnyLayout(key, keysyms); })) {
+            return static_cast<uint16_t>(1U << bit);
+        }
+    }
+    return 0;
+}
+
+XcbKeyboard::KeySet XcbKeyboard::pressedKeys() const {
+    KeySet pressed;
+    const XcbPtr<xcb_query_keymap_reply_t> reply(xcb_query_keymap_reply(
+        m_connection->get(), xcb_query_keymap(m_connection->get()), nullptr));
+    for (size_t key = 0; reply && key < pressed.size(); ++key) {
+        pressed[key] = (reply->keys[key / 8] >> (key % 8) & 1) != 0;
+    }
+    return pressed;
+}
+
+XcbKeyboard::KeySet XcbKeyboard::keysHeldOnDevices() const {
+    KeySet held;
+    xcb_connection_t* c = m_connection->get();
+    const XcbPtr<xcb_input_xi_query_device_reply_t> devices(xcb_input_xi_query_device_reply(
+        c, xcb_input_xi_query_device(c, XCB_INPUT_DEVICE_ALL), nullptr));
+    if (!devices) {
+        return held;
+    }
+    for (auto device = xcb_input_xi_query_device_infos_iterator(devices.get()); device.rem > 0;
+         xcb_input_xi_device_info_next(&device)) {
+        const QByteArray name(xcb_input_xi_device_info_name(device.data),
+                              xcb_input_xi_device_info_name_length(device.data));
+        if (device.data->type != XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD || name.contains("XTEST")) {
+            continue;
+        }
+        const auto id = static_cast<uint8_t>(device.data->deviceid);
+        const XcbPtr<xcb_input_open_device_reply_t> opened(
+            xcb_input_open_device_reply(c, xcb_input_open_device(c, id), nullptr));
+        const XcbPtr<xcb_input_query_device_state_reply_t> state(
+            opened ? xcb_input_query_device_state_reply(c, xcb_input_query_device_state(c, id),
+                                                        nullptr)
+                   : nullptr);
+        if (!state) {
+            continue;
+        }
+        for (auto part = xcb_input_query_device_state_classes_iterator(state.get()); part.rem > 0;
+             xcb_input_input_state_next(&part)) {
+            if (part.data->class_id != XCB_INPUT_INPUT_CLASS_KEY) {
+                continue;
+            }
+            const auto& keys = reinterpret_cast<const xcb_input_key_state_t&>(*part.data);
+            for (size_t key = 0; key < held.size(); ++key) {
+                held[key] = held[key] || (keys.keys[key / 8] >> (key % 8) & 1) != 0;
+            }
+        }
+    }
+    return held;
+}
+
+XcbConnection::Subscription XcbKeyboard::addMapListener(MapListener listener) {
+    auto kept = std::make_shared<const MapListener>(std::move(listener));
+    m_mapListeners.push_back(kept);
+    return kept;
+}
+
+void XcbKeyboard::selectMapEvents() {
+    const uint16_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    const uint16_t allParts = 0xff;
+    xcb_xkb_select_events_details_t details{};
+    details.affectNewKeyboard = XCB_XKB_NKN_DETAIL_KEYCODES;
+    details.newKeyboardDetails = XCB_XKB_NKN_DETAIL_KEYCODES;
+    xcb_xkb_select_events_aux(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD, events, 0, 0, allParts,
+                              allParts, &details);
+}
+
+void XcbKeyboard::loadMap() {
+    const int32_t device = xkb_x11_get_core_keyboard_device_id(m_connection->get());
+    m_keymap.reset(device < 0
+                       ? nullptr
+                       : xkb_x11_keymap_new_from_device(m_context.get(), m_connection->get(),
+                                                        device, XKB_KEYMAP_COMPILE_NO_FLAGS));
+    loadModifiers();
+}
+
+void XcbKeyboard::loadModifiers() {
+    m_modifierKeys.assign(8, {});
+    m_holdKeys.clear();
+    m_controlKeys.clear();
+    const XcbPtr<xcb_get_modifier_mapping_reply_t> reply(xcb_get_modifier_mapping_reply(
+        m_connection->get(), xcb_get_modifier_mapping(m_connection->get()), nullptr));
+    if (!reply) {
+        return;
+    }
+    const std::span keys(xcb_get_modifier_mapping_keycodes(reply.get()),
+                         size_t{8} * reply->keycodes_per_modifier);
+    for (size_t i = 0; i < keys.size(); ++i) {
+        if (keys[i] == 0) {
+            continue;
+        }
+        m_modifierKeys[i / reply->keycodes_per_modifier].push_back(keys[i]);
+        if (!bearsInAnyLayout(keys[i], kLockKeysyms)) {
+            m_holdKeys.push_back(keys[i]);
+        }
+    }
+    m_controlKeys = m_modifierKeys[kControlIndex];
+    const std::array left{xkb_keysym_t{XKB_KEY_Control_L}};
+    std::stable_partition(m_controlKeys.begin(), m_controlKeys.end(),
+                          [&](xcb_keycode_t key) { return bearsInAnyLayout(key, left); });
+}
+
+void XcbKeyboard::handleEvent(const xcb_generic_event_t& event) {
+    const uint8_t xkbEvent = m_connection->firstEvent(&xcb_xkb_id);
+    const bool coreChange =
+        eventType(event) == XCB_MAPPING_NOTIFY &&
+        eventAs<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER;
+    // The second byte of an XKB event tells its kind; both kinds that are selected mean the same.
+    if (!coreChange && (xkbEvent == 0 || eventType(event) != xkbEvent)) {
+        return;
+    }
+    loadMap();
+    for (const std::weak_ptr<const MapListener>& weak : m_mapListeners) {
+        if (const std::shared_ptr<const MapListener> listener = weak.lock()) {
+            (*listener)();
+        }
+    }
+}
+
+bool XcbKeyboard::bears(xcb_keycode_t key, xkb_layout_index_t layout,
+                        std::span<const xkb_keysym_t> keysyms) const {
+    const xkb_keysym_t* syms = nullptr;
+    const int count = xkb_keymap_key_get_syms_by_level(m_keymap.get(), key, layout, 0, &syms);
+    return count == 1 && std::find(keysyms.begin(), keysyms.end(), *syms) != keysyms.end();
+}
+
+bool XcbKeyboard::bearsInAnyLayout(xcb_keycode_t key, std::span<const xkb_keysym_t> keysyms) const {
+    if (!m_keymap) {
+        return false;
+    }
+    for (xkb_layout_index_t layout = 0;
+         layout < xkb_keymap_num_layouts_for_key(m_keymap.get(), key); ++layout) {
+        if (bears(key, layout, keysyms)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+xkb_layout_index_t XcbKeyboard::activeLayout() const {
+    const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
+        m_connection->get(), xcb_xkb_get_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD),
+        nullptr));
+    return state ? state->group : xkb_layout_index_t{0};
+}
+
+} // namespace velmorin

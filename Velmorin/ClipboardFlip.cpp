@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+#include "Velmorin/AppDelegate.h"
+#include "Velmorin/KeyboardLayoutMap.h"
+
+#include <optional>
+
+namespace velmorin {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// Each counts from the step before. They are all that keeps the other application in step.
+constexpr auto copyDelay = 120ms;
+constexpr auto readDelay = 200ms;
+constexpr auto pasteDelay = 60ms;
+constexpr auto finishDelay = 250ms;
+
+/// A key that cannot be pressed is left out: the flip then finds nothing copied.
+void postCommandKey(KeyEvents& keyEvents, quint16 virtualKey) {
+    const CGEventSourceRef source = keyEvents.createSource(CGEventSourceStateID::hidSystem);
+    if (!source) {
+        return;
+    }
+    const CGEventRef down = keyEvents.createKeyboardEvent(source, virtualKey, true);
+    const CGEventRef up = keyEvents.createKeyboardEvent(source, virtualKey, false);
+    if (!down || !up) {
+        return;
+    }
+    down->flags = kCGEventFlagMaskCommand;
+    up->flags = kCGEventFlagMaskCommand;
+    keyEvents.post(CGEventTapLocation::hid, down);
+    keyEvents.post(CGEventTapLocation::hid, up);
+}
+
+/// What one flip carries from step to step. Every scheduled step has its own copy, so that the
+/// clipboard is put back also when the delegate is gone.
+struct ClipboardFlip {
+    std::weak_ptr<AppDelegate> weakDelegate;
+    std::weak_ptr<MainQueue> weakMainQueue; // the steps lie in it: owning it would be a cycle
+    std::shared_ptr<Pasteboard> pasteboard;
+    std::shared_ptr<KeyEvents> keyEvents;
+    std::shared_ptr<VelmorinStore> store;
+    FlipMode mode;
+    std::optional<QString> savedText = {};
+    qint64 expectedChangeCount = 0;
+
+    void start();
+
+private:
+    void copyStep() const;
+    void readStep() const;
+    void pasteStep() const;
+    void finishStep() const;
+
+    void schedule(std::chrono::nanoseconds delay, void (ClipboardFlip::*step)() const) const;
+    void log(const QString& message) const;
+    void replaceContents(const QString& text) const;
+    void restore() const;
+    void endWithout(AppDelegate& delegate, const QString& message) const;
+};
+
+void ClipboardFlip::start() {
+    savedText = pasteboard->string(NSPasteboardTypeString);
+    replaceContents(QLatin1String(""));
+    expectedChangeCount = pasteboard->changeCount();
+    log(QStringLiteral("  ⌘A"));
+    postCommandKey(*keyEvents, kVK_ANSI_A);
+    schedule(copyDelay, &ClipboardFlip::copyStep);
+}
+
+void ClipboardFlip::copyStep() const {
+    log(QStringLiteral("  ⌘C"));
+    postCommandKey(*keyEvents, kVK_ANSI_C);
+    schedule(readDelay, &ClipboardFlip::readStep);
+}
+
+void ClipboardFlip::readStep() const {
+    const auto delegate = weakDelegate.lock();
+    if (!delegate) {
+        return;
+    }
+    const QString copied = pasteboard->string(NSPasteboardTypeString).value_or(QString());
+    const bool changed = pasteboard->changeCount() != expectedChangeCount && !copied.isEmpty();
+    delegate->log->add(QStringLiteral("  Clipboard: changed=%1, len=%2")
+                           .arg(changed ? QStringLiteral("true") : QStringLiteral("false"))
+                           .arg(KeyboardLayoutMap::characterCount(copied)));
+    if (!changed) {
+        endWithout(*delegate, QStringLiteral("  Nothing copied"));
+        return;
+    }
+    const QString converted = KeyboardLayoutMap::convert(copied, mode);
+    if (converted == copied) {
+        endWithout(*delegate, QStringLiteral("  Same text"));
+        return;
+    }
+    delegate->log->add(QStringLiteral("  Converted → pasting"));
+    replaceContents(converted);
+    schedule(pasteDelay, &ClipboardFlip::pasteStep);
+}
+
+void ClipboardFlip::pasteStep() const {
+    log(QStringLiteral("  ⌘V"));
+    postCommandKey(*keyEvents, kVK_ANSI_V);
+    schedule(finishDelay, &ClipboardFlip::finishStep);
+}
+
+void ClipboardFlip::finishStep() const {
+    restore();
+    store->recordConversion();
+    if (const auto delegate = weakDelegate.lock()) {
+        delegate->log->add(
+            QStringLiteral("── FLIP DONE (clipboard) — total: %1 ──").arg(store->count()));
+        delegate->endFlip();
+    }
+}
+
+void ClipboardFlip::schedule(std::chrono::nanoseconds delay,
+                             void (ClipboardFlip::*step)() const) const {
+    if (const auto mainQueue = weakMainQueue.lock()) {
+        mainQueue->asyncAfter(delay, [flip = *this, step] { (flip.*step)(); });
+    }
+}
+
+void ClipboardFlip::log(const QString& message) const {
+    if (const auto delegate = weakDelegate.lock()) {
+        delegate->log->add(message);
+    }
+}
+
+void ClipboardFlip::replaceContents(const QString& text) const {
+    pasteboard->clearContents();
+    pasteboard->setString(text, NSPasteboardTypeString);
+}
+
+/// Where there was no plain text, what the flip left stays.
+void ClipboardFlip::restore() const {
+    if (savedText) {
+        replaceContents(*savedText);
+    }
+}
+
+void ClipboardFlip::endWithout(AppDelegate& delegate, const QString& message) const {
+    delegate.log->add(message);
+    restore();
+    delegate.endFlip();
+}
+
+} // namespace
+
+void AppDelegate::clipboardFlip(FlipMode mode) {
+    ClipboardFlip{.weakDelegate = weak_from_this(),
+                  .weakMainQueue = m_platform.mainQueue,
+                  .pasteboard = m_platform.pasteboard,
+                  .keyEvents = m_platform.keyEvents,
+                  .store = m_store,
+                  .mode = mode}
+        .start();
+}
+
+} // namespace velmorin

@@ -1,0 +1,280 @@
+# SPDX-License-Identifier: MIT
+"""The built program on a real desktop, with editors that are not ours and the real hotkey. What a
+text became is read from the editor itself."""
+
+import os
+import signal
+import sys
+import tempfile
+import time
+import unittest
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
+from desktop_driver import (  # noqa: E402
+    AccessibleEditor,
+    Clipboard,
+    InaccessibleEditor,
+    Qt6Field,
+    Velmorin,
+    X,
+    to_arabic,
+    wait_until,
+    xdotool,
+)
+
+PROGRAM = os.environ["VELMORIN_PROGRAM"]
+START = ["⌥Space pressed!", "── FLIP START ──", "Trying AX direct text access…"]
+FALLBACK = "AX unavailable, using clipboard method…"
+DIRECT = "FLIP DONE (AX)"
+PASTED = "FLIP DONE (clipboard)"
+
+
+class DesktopTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        self.velmorin = self.start_velmorin()
+        X.lock_group(0)
+
+    def start_velmorin(self, **options):
+        # Each test begins with a fresh installation.
+        environment = {"XDG_CONFIG_HOME": os.path.join(self.folder, "config")}
+        environment.update(options.pop("environment", {}))
+        velmorin = Velmorin(PROGRAM, environment=environment, **options)
+        self.addCleanup(velmorin.stop)
+        return velmorin
+
+    def tearDown(self):
+        self.assertEqual(X.held_keys(), [], "no key is left down")
+
+    def start(self, kind, text=""):
+        if kind is Qt6Field:
+            application = Qt6Field(text)
+        else:
+            application = kind(os.path.join(self.folder, f"{kind.__name__}.txt"), text)
+        self.addCleanup(application.stop)
+        return application
+
+    def own_clipboard(self, text):
+        owner = Clipboard.set(text)
+        self.addCleanup(owner.wait)
+        self.addCleanup(owner.kill)
+        return owner
+
+
+class DirectPath(DesktopTest):
+    def check(self, application):
+        application.type("hgsghk")
+        application.expect("hgsghk")
+        done = "── FLIP DONE (AX) — total: 1 ──"
+        self.assertEqual(self.velmorin.flip(done), [*START, "  AX set value: OK", done])
+        application.expect(to_arabic("hgsghk"))
+        self.velmorin.ready_again()
+
+        # Back, with the Arabic layout active, as its user would have it.
+        X.lock_group(1)
+        self.velmorin.flip("total: 2")
+        application.expect("hgsghk")
+        X.lock_group(0)
+        self.velmorin.ready_again()
+
+        # The caret stayed at the end, and no menu took the keys.
+        application.type(" ab")
+        application.expect("hgsghk ab")
+        application.keys("shift+Left", "shift+Left")
+        lines = self.velmorin.flip("total: 3", hold_alt=True)
+        self.assertIn("  AX set selected: OK", lines)
+        application.expect("hgsghk " + to_arabic("ab"))
+        application.type("c")
+        application.expect("hgsghk " + to_arabic("ab") + "c")
+
+    def test_gtk3(self):
+        self.check(self.start(AccessibleEditor))
+
+    def test_qt6(self):
+        self.check(self.start(Qt6Field))
+
+    def test_clipboard_is_not_touched(self):
+        self.own_clipboard("before")
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.velmorin.flip(DIRECT)
+        editor.expect(to_arabic("hgsghk"))
+        self.assertEqual(Clipboard.get(), "before")
+
+    def test_a_million_characters(self):
+        text = "hgsghk ugdlk\n" * 76924
+        editor = self.start(AccessibleEditor, text)
+        lines = self.velmorin.flip("FLIP DONE")
+        self.assertIn("  AX set value: OK", lines)
+        editor.expect(to_arabic(text))
+
+    def test_digits_and_empty_fields_stay(self):
+        editor = self.start(AccessibleEditor)
+        self.assertIn("  No text attributes", self.velmorin.flip("  Nothing copied"))
+        self.velmorin.ready_again()
+        editor.type("123")
+        editor.expect("123")
+        self.assertIn("  Same after convert", self.velmorin.flip("  Same text"))
+        editor.expect("123")
+
+
+class ClipboardPath(DesktopTest):
+    def test_whole_field_and_back(self):
+        self.own_clipboard("before")
+        editor = self.start(InaccessibleEditor, "hgsghk")
+        lines = self.velmorin.flip(PASTED, hold_alt=True)
+        self.assertEqual(
+            lines,
+            [
+                *START,
+                "  No focused element",
+                FALLBACK,
+                "  ⌘A",
+                "  ⌘C",
+                "  Clipboard: changed=true, len=6",
+                "  Converted → pasting",
+                "  ⌘V",
+                "── FLIP DONE (clipboard) — total: 1 ──",
+            ],
+        )
+        editor.expect(to_arabic("hgsghk"))
+        self.assertEqual(Clipboard.get(), "before")
+        self.velmorin.ready_again()
+        X.lock_group(1)
+        self.velmorin.flip("total: 2")
+        editor.expect("hgsghk")
+        X.lock_group(0)
+        editor.keys("End")
+        editor.type("d")  # no menu took the key
+        editor.expect("hgsghkd")
+
+    def test_a_second_press_is_refused(self):
+        editor = self.start(InaccessibleEditor, "hgsghk")
+        first = len(self.velmorin.lines)
+        xdotool("keydown", "alt")
+        xdotool("key", "space")
+        self.velmorin.wait_for("  ⌘A", first)
+        xdotool("key", "space")
+        self.velmorin.wait_for("Flip already in progress", first)
+        xdotool("keyup", "alt")
+        self.velmorin.wait_for(PASTED, first)
+        editor.expect(to_arabic("hgsghk"))
+
+    def test_holding_the_keys_is_one_press(self):
+        editor = self.start(InaccessibleEditor, "hgsghk")
+        first = len(self.velmorin.lines)
+        xdotool("keydown", "alt")
+        xdotool("keydown", "space")
+        self.velmorin.wait_for(PASTED, first)
+        time.sleep(1)  # auto-repeat, which begins after 0.66 s, has its chance
+        xdotool("keyup", "space")
+        xdotool("keyup", "alt")
+        editor.expect(to_arabic("hgsghk"))
+        self.assertEqual(self.velmorin.messages(first).count("⌥Space pressed!"), 1)
+
+    def test_digits_and_empty_fields_stay(self):
+        self.own_clipboard("before")
+        editor = self.start(InaccessibleEditor)
+        lines = self.velmorin.flip("  Nothing copied")
+        self.assertIn("  Clipboard: changed=false, len=0", lines)
+        self.assertEqual(Clipboard.get(), "before")
+        self.velmorin.ready_again()
+        editor.type("123")
+        editor.expect("123")
+        self.velmorin.flip("  Same text")
+        editor.expect("123")
+        self.assertEqual(Clipboard.get(), "before")
+
+    def test_a_million_characters(self):
+        text = "hgsghk ugdlk\n" * 76924
+        editor = self.start(InaccessibleEditor, text)
+        lines = self.velmorin.flip("FLIP DONE")
+        self.assertIn(f"  Clipboard: changed=true, len={len(text)}", lines)
+        editor.expect(to_arabic(text))
+
+
+class Faults(DesktopTest):
+    def test_a_stopped_application_costs_nothing(self):
+        self.own_clipboard("before")
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.velmorin.flip(DIRECT)
+        editor.expect(to_arabic("hgsghk"))
+        self.velmorin.ready_again()
+
+        os.killpg(editor.process.pid, signal.SIGSTOP)
+        lines = self.velmorin.flip("  Nothing copied")
+        self.assertIn("  No focused element", lines)
+        self.assertEqual(Clipboard.get(), "before")
+        os.killpg(editor.process.pid, signal.SIGCONT)
+        self.velmorin.ready_again()
+        # The keys that it slept through select all and copy: nothing is lost.
+        editor.expect(to_arabic("hgsghk"))
+        self.velmorin.flip("total: 2")
+        editor.expect("hgsghk")
+
+    def test_a_stopped_clipboard_owner_costs_its_text_only(self):
+        owner = self.own_clipboard("before")
+        editor = self.start(InaccessibleEditor, "hgsghk")
+        owner.send_signal(signal.SIGSTOP)
+        self.velmorin.flip(PASTED)
+        editor.expect(to_arabic("hgsghk"))
+        owner.send_signal(signal.SIGCONT)
+        self.velmorin.ready_again()
+        self.velmorin.flip("total: 2")
+        editor.expect("hgsghk")
+
+    def test_a_target_that_is_gone(self):
+        self.own_clipboard("before")
+        editor = self.start(AccessibleEditor, "hgsghk")
+        os.killpg(editor.process.pid, signal.SIGKILL)
+        wait_until(lambda: not xdotool("getactivewindow", "getwindowname"), "no active window")
+        self.assertIn("  No focused element", self.velmorin.flip("  Nothing copied"))
+        self.assertEqual(Clipboard.get(), "before")
+
+    def test_state_survives_sigkill_and_holds_no_text(self):
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.velmorin.flip("total: 1")
+        editor.expect(to_arabic("hgsghk"))
+        self.assertEqual(self.velmorin.stop(), "", "nothing on standard error")
+        secret = to_arabic("hgsghk")
+        for line in self.velmorin.lines:
+            self.assertNotIn("hgsghk", line)
+            self.assertNotIn(secret, line)
+        configuration = os.path.join(self.folder, "config", "velmorin")
+        for name in os.listdir(configuration):
+            with open(os.path.join(configuration, name), "rb") as file:
+                content = file.read()
+            self.assertNotIn(b"hgsghk", content)
+            self.assertNotIn(secret.encode(), content)
+        again = self.start_velmorin()
+        again.flip("total: 2")
+        editor.expect("hgsghk")
+
+    def test_no_display(self):
+        velmorin = self.start_velmorin(wait=False, environment={"DISPLAY": ""})
+        self.assertEqual(velmorin.process.wait(), 1)
+        self.assertEqual(velmorin.stop().count("\n"), 1)
+        self.assertEqual(velmorin.lines, [])
+
+    def test_a_hotkey_that_is_taken(self):
+        second = self.start_velmorin()
+        self.assertIn("Hotkey registration failed (status -9878)", second.messages())
+
+
+class WithoutAccessibilityBus(DesktopTest):
+    """Run in a session that has none."""
+
+    def test_the_clipboard_path_does_it(self):
+        self.assertIn(
+            "Accessibility: not yet granted (needed for ⌘A/⌘C/⌘V in other apps)",
+            self.velmorin.messages(),
+        )
+        editor = self.start(InaccessibleEditor, "hgsghk")
+        self.assertIn("  AX not trusted", self.velmorin.flip(PASTED))
+        editor.expect(to_arabic("hgsghk"))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/Freedesktop/AtSpiAccessibility.h"
+
+#include "tests/platform/FakeAtSpiApplication.h"
+#include "tests/platform/XUser.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace velmorin {
+
+namespace {
+
+using test::FakeAtSpiApplication;
+using test::waitUntil;
+using Toolkit = FakeAtSpiApplication::Toolkit;
+using Writes = FakeAtSpiApplication::Writes;
+
+class FixedActiveWindow : public ActiveWindow {
+public:
+    std::optional<qint64> processId() override { return process; }
+    std::optional<qint64> process = QCoreApplication::applicationPid();
+};
+
+class AtSpiAccessibilityTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(m_accessibility.isProcessTrusted());
+        m_application.setText(QStringLiteral("hello world"));
+        ASSERT_TRUE(waitUntil([&] {
+            m_application.emitFocused();
+            return focused() != nullptr;
+        }));
+    }
+
+    AXUIElementRef focused() {
+        QVariant value;
+        const AXError error = m_accessibility.copyAttributeValue(
+            m_accessibility.createSystemWide(), QString::fromLatin1(kAXFocusedUIElementAttribute),
+            value);
+        return error == AXError::success ? value.value<AXUIElementRef>() : nullptr;
+    }
+
+    AXError copy(const AXUIElementRef& element, const char* attribute, QVariant& value) {
+        return m_accessibility.copyAttributeValue(element, QString::fromLatin1(attribute), value);
+    }
+
+    AXError set(const AXUIElementRef& element, const char* attribute, const QString& value) {
+        return m_accessibility.setAttributeValue(element, QString::fromLatin1(attribute), value);
+    }
+
+    FakeAtSpiApplication m_application;
+    std::shared_ptr<FixedActiveWindow> m_activeWindow = std::make_shared<FixedActiveWindow>();
+    AtSpiAccessibility m_accessibility{m_activeWindow};
+};
+
+TEST_F(AtSpiAccessibilityTest, ReadsTheSelectionAndTheValue) {
+    QVariant value;
+    EXPECT_EQ(copy(focused(), kAXSelectedTextAttribute, value), AXError::success);
+    EXPECT_EQ(value.toString(), QString());
+    EXPECT_EQ(copy(focused(), kAXValueAttribute, value), AXError::success);
+    EXPECT_EQ(value.toString(), QStringLiteral("hello world"));
+    m_application.setText(QStringLiteral("hello world"), 6, 11);
+    EXPECT_EQ(copy(focused(), kAXSelectedTextAttribute, value), AXError::success);
+    EXPECT_EQ(value.toString(), QStringLiteral("world"));
+    EXPECT_EQ(copy(focused(), "AXTitle", value), AXError::attributeUnsupported);
+}
+
+TEST_F(AtSpiAccessibilityTest, AWriteIsASuccessOnlyWhenTheFieldHoldsIt) {
+    struct Row {
+        const char* name;
+        std::function<void(FakeAtSpiApplication&)> misbehave;
+        bool valueWritten;
+        bool selectionWritten;
+    };
+    const std::vector<Row> rows{
+        {"GTK", [](auto&) {}, true, true},
+        {"Qt", [](auto& app) { app.toolkit = Toolkit::qt; }, true, true},
+        {"accepts and does nothing", [](auto& app) { app.writes = Writes::acceptedOnly; }, false,
+         false},
+        {"refuses", [](auto& app) { app.writes = Writes::refused; }, false, false},
+        {"keeps a part", [](auto& app) { app.writes = Writes::truncated; }, false, true},
+        {"inserts but does not delete", [](auto& app) { app.writes = Writes::insertedOnly; }, true,
+         false},
+        {"read-only", [](auto& app) { app.isReadOnly = true; }, false, false},
+        {"not editable", [](auto& app) { app.isEditable = false; }, false, false},
+        {"no EditableText", [](auto& app) { app.hasEditableText = false; }, false, false},
+    };
+    const QString arabic = QStringLiteral("\u0647\u062B\u0643");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        m_application.toolkit = Toolkit::gtk;
+        m_application.writes = Writes::carriedOut;
+        m_application.isReadOnly = false;
+        m_application.isEditable = m_application.hasEditableText = true;
+        row.misbehave(m_application);
+
+        m_application.setText(QStringLiteral("hello world"));
+        EXPECT_EQ(set(focused(), kAXValueAttribute, arabic) == AXError::success, row.valueWritten);
+        EXPECT_EQ(m_application.text(), row.valueWritten ? arabic : QStringLiteral("hello world"));
+
+        m_application.setText(QStringLiteral("hello world"), 6, 9);
+        EXPECT_EQ(set(focused(), kAXSelectedTextAttribute, arabic) == AXError::success,
+                  row.selectionWritten);
+        EXPECT_EQ(m_application.text(),
+                  row.selectionWritten ? QStringLiteral("hello ") + arabic + QStringLiteral("ld")
+                                       : QStringLiteral("hello world"));
+    }
+}
+
+TEST_F(AtSpiAccessibilityTest, OnlyTheFocusedElementOfTheActiveWindowIsWritten) {
+    const AXUIElementRef element = focused();
+    m_application.isFocused = false;
+    EXPECT_NE(set(element, kAXValueAttribute, QStringLiteral("x")), AXError::success);
+    m_application.isFocused = true;
+    m_activeWindow->process = 1;
+    EXPECT_EQ(set(element, kAXValueAttribute, QStringLiteral("x")), AXError::invalidUIElement);
+    EXPECT_EQ(focused(), nullptr);
+    m_activeWindow->process = std::nullopt;
+    EXPECT_EQ(focused(), nullptr);
+    EXPECT_EQ(m_application.text(), QStringLiteral("hello world"));
+}
+
+TEST_F(AtSpiAccessibilityTest, AnApplicationThatHangsIsGivenUp) {
+    const AXUIElementRef element = focused();
+    m_application.hangs = true;
+    QVariant value;
+    EXPECT_EQ(copy(element, kAXSelectedTextAttribute, value), AXError::cannotComplete);
+    // From here on nothing waits any more for this element.
+    EXPECT_EQ(copy(element, kAXValueAttribute, value), AXError::cannotComplete);
+    EXPECT_EQ(focused(), nullptr);
+    m_application.hangs = false;
+    EXPECT_TRUE(waitUntil([&] { return focused() != nullptr; }));
+}
+
+TEST_F(AtSpiAccessibilityTest, ComesBackAfterTheBusWasLost) {
+    const QDBusReply<QString> address =
+        QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
+            QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
+            QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress")));
+    QDBusConnection bus = QDBusConnection::connectToBus(address.value(), QStringLiteral("killer"));
+    const QDBusReply<uint> daemon =
+        bus.interface()->servicePid(QStringLiteral("org.freedesktop.DBus"));
+    ASSERT_TRUE(daemon.isValid());
+    ASSERT_EQ(::kill(static_cast<pid_t>(daemon.value()), SIGKILL), 0);
+    EXPECT_TRUE(waitUntil([&] { return focused() == nullptr; }));
+    EXPECT_TRUE(waitUntil([&] { return m_accessibility.isProcessTrusted(); }));
+    QDBusConnection::disconnectFromBus(QStringLiteral("killer"));
+}
+
+} // namespace
+
+} // namespace velmorin

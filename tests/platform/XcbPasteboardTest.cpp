@@ -1,0 +1,509 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/X11/XcbPasteboard.h"
+
+#include "Platform/Qt/QtMainQueue.h"
+#include "tests/contracts/PasteboardContract.h"
+#include "tests/platform/XUser.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include <poll.h>
+
+namespace velmorin {
+namespace {
+
+using namespace std::chrono_literals;
+using test::waitUntil;
+
+const QString kPlainText = QLatin1String(NSPasteboardTypeString);
+
+/// Larger than one request carries, in both directions.
+QString longArabicText() {
+    QString text;
+    while (text.size() < 1'000'000) {
+        text += QStringLiteral("لا اله ثممخ ");
+    }
+    text.truncate(1'000'000);
+    return text;
+}
+
+/// The xclip program on the clipboard: another application, in a process of its own.
+class Xclip {
+public:
+    explicit Xclip(const QStringList& arguments) {
+        m_process.start(QStringLiteral("xclip"),
+                        QStringList{QStringLiteral("-selection"), QStringLiteral("clipboard")} +
+                            arguments);
+    }
+    ~Xclip() {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    /// Has copied `bytes` when this returns, and serves them as long as the object lives.
+    static std::unique_ptr<Xclip> copy(Pasteboard& pasteboard, const QByteArray& bytes,
+                                       const QString& target = QStringLiteral("UTF8_STRING")) {
+        const qint64 before = pasteboard.changeCount();
+        auto xclip = std::make_unique<Xclip>(
+            QStringList{QStringLiteral("-quiet"), QStringLiteral("-t"), target});
+        xclip->m_process.write(bytes);
+        xclip->m_process.closeWriteChannel();
+        EXPECT_TRUE(waitUntil([&] { return pasteboard.changeCount() != before; }));
+        return xclip;
+    }
+
+    /// What it prints until it ends; we serve it meanwhile.
+    QByteArray output() {
+        EXPECT_TRUE(waitUntil([this] { return m_process.state() == QProcess::NotRunning; }));
+        return m_process.readAllStandardOutput();
+    }
+
+    void signal(int number) const { ::kill(static_cast<pid_t>(m_process.processId()), number); }
+
+private:
+    QProcess m_process;
+};
+
+QByteArray paste(const QString& target) {
+    return Xclip({QStringLiteral("-o"), QStringLiteral("-t"), target}).output();
+}
+QByteArray paste() {
+    return paste(QStringLiteral("UTF8_STRING"));
+}
+
+/// The main queue, run by hand.
+class ManualQueue : public MainQueue {
+public:
+    void async(Block block) override { m_blocks.push_back(std::move(block)); }
+    void asyncAfter(std::chrono::nanoseconds /*delay*/, Block block) override {
+        m_blocks.push_back(std::move(block));
+    }
+    void runAll() {
+        for (const Block& block : std::exchange(m_blocks, {})) {
+            block();
+        }
+    }
+
+private:
+    std::vector<Block> m_blocks;
+};
+
+class XcbPort {
+public:
+    Pasteboard& pasteboard() { return m_pasteboard; }
+    void copyText(const QString& text) { m_other = Xclip::copy(m_pasteboard, text.toUtf8()); }
+    void copyImage() {
+        m_other = Xclip::copy(m_pasteboard, "\x89PNG\r\n", QStringLiteral("image/png"));
+    }
+
+private:
+    XcbPasteboard m_pasteboard{XcbConnection::open(), std::make_shared<QtMainQueue>()};
+    std::unique_ptr<Xclip> m_other;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(XcbPasteboard, PasteboardContract, XcbPort);
+
+class XcbPasteboardTest : public testing::Test {
+protected:
+    std::optional<QString> read() {
+        QElapsedTimer timer;
+        timer.start();
+        std::optional<QString> text = m_pasteboard.string(kPlainText);
+        EXPECT_LT(timer.elapsed(), 2000) << "reading must not wait for an owner that hangs";
+        return text;
+    }
+    void set(const QString& text) { EXPECT_TRUE(m_pasteboard.setString(text, kPlainText)); }
+
+    std::shared_ptr<ManualQueue> m_queue = std::make_shared<ManualQueue>();
+    XcbPasteboard m_pasteboard{XcbConnection::open(), m_queue};
+};
+
+TEST_F(XcbPasteboardTest, OffersTextAndTheHintForClipboardHistories) {
+    set(QStringLiteral("caf\u00e9"));
+    EXPECT_EQ(paste(QStringLiteral("TARGETS")),
+              "TARGETS\nTIMESTAMP\nMULTIPLE\nUTF8_STRING\ntext/plain;charset=utf-8\ntext/plain\n"
+              "TEXT\nx-kde-passwordManagerHint\nSTRING\n");
+    EXPECT_EQ(paste(QStringLiteral("x-kde-passwordManagerHint")), "secret");
+    EXPECT_EQ(paste(), "caf\xc3\xa9");
+    EXPECT_EQ(paste(QStringLiteral("STRING")), "caf\xe9");
+    EXPECT_EQ(paste(QStringLiteral("text/plain")), "caf\xc3\xa9");
+
+    set(QStringLiteral("ا"));
+    EXPECT_FALSE(paste(QStringLiteral("TARGETS")).contains("\nSTRING\n"));
+    EXPECT_EQ(paste(QStringLiteral("STRING")), "");
+    EXPECT_EQ(paste(QStringLiteral("TEXT")), "\xd8\xa7");
+}
+
+TEST_F(XcbPasteboardTest, ClearedHasAnOwnerButNoContents) {
+    set(QStringLiteral("text"));
+    m_pasteboard.clearContents();
+    EXPECT_EQ(paste(QStringLiteral("TARGETS")), "TARGETS\nTIMESTAMP\nMULTIPLE\n");
+    EXPECT_EQ(paste(), "");
+}
+
+TEST_F(XcbPasteboardTest, SendsALongTextToSeveralReadersAtOnce) {
+    const QString text = longArabicText();
+    set(text);
+    const QStringList arguments{QStringLiteral("-o"), QStringLiteral("-t"),
+                                QStringLiteral("UTF8_STRING")};
+    Xclip first(arguments);
+    Xclip second(arguments);
+    EXPECT_EQ(first.output(), text.toUtf8());
+    EXPECT_EQ(second.output(), text.toUtf8());
+}
+
+TEST_F(XcbPasteboardTest, ReceivesALongText) {
+    const QString text = longArabicText();
+    const auto owner = Xclip::copy(m_pasteboard, text.toUtf8());
+    EXPECT_EQ(read(), text);
+    EXPECT_EQ(read(), text);
+}
+
+TEST_F(XcbPasteboardTest, AStoppedOwnerCostsABoundedWaitAndLaterReadsAreRight) {
+    for (const QString& text : {QStringLiteral("short"), longArabicText()}) {
+        const auto owner = Xclip::copy(m_pasteboard, text.toUtf8());
+        owner->signal(SIGSTOP);
+        EXPECT_EQ(read(), std::nullopt);
+        EXPECT_EQ(read(), std::nullopt);
+        owner->signal(SIGCONT);
+        EXPECT_TRUE(waitUntil([&] { return read() == text; }));
+    }
+}
+
+TEST_F(XcbPasteboardTest, AKilledOwnerLeavesNothing) {
+    const auto owner = Xclip::copy(m_pasteboard, "text");
+    const qint64 before = m_pasteboard.changeCount();
+    owner->signal(SIGKILL);
+    EXPECT_TRUE(waitUntil([&] { return m_pasteboard.changeCount() != before; }));
+    EXPECT_EQ(read(), std::nullopt);
+}
+
+TEST_F(XcbPasteboardTest, ALossIsForgottenOnceThePasteboardIsTakenBack) {
+    set(QStringLiteral("first"));
+    const auto other = XcbConnection::open();
+    xcb_set_selection_owner(other->get(), other->window(), other->atom("CLIPBOARD"),
+                            other->serverTime());
+    std::ignore = other->serverTime(); // waits until it is done, while our event loop stands
+    set(QStringLiteral("second"));
+    EXPECT_EQ(paste(), "second");
+    EXPECT_EQ(read(), QStringLiteral("second"));
+}
+
+/// A client on this thread that asks for the clipboard, step by step.
+class Requestor {
+public:
+    /// Asks for `target` in `property` and waits for the answer.
+    [[nodiscard]] bool ask(const char* target, const char* property,
+                           xcb_timestamp_t time = XCB_CURRENT_TIME) {
+        bool isAnswered = false;
+        bool isDelivered = false;
+        const auto events = m_connection->addHandler([&](const xcb_generic_event_t& event) {
+            if (eventType(event) == XCB_SELECTION_NOTIFY) {
+                isAnswered = true;
+                isDelivered = eventAs<xcb_selection_notify_event_t>(event).property != 0;
+            }
+        });
+        xcb_convert_selection(c(), m_window, m_connection->atom("CLIPBOARD"),
+                              m_connection->atom(target), m_connection->atom(property), time);
+        m_connection->flush();
+        return waitUntil([&] { return isAnswered; }) && isDelivered;
+    }
+
+    [[nodiscard]] XcbConnection::Property take(const char* property) {
+        return m_connection->property(m_window, m_connection->atom(property), 1U << 20U, true);
+    }
+    void put(const char* property, const std::vector<const char*>& atoms) {
+        std::vector<xcb_atom_t> values;
+        for (const char* name : atoms) {
+            values.push_back(m_connection->atom(name));
+        }
+        xcb_change_property(c(), XCB_PROP_MODE_REPLACE, m_window, m_connection->atom(property),
+                            m_connection->atom("ATOM_PAIR"), 32,
+                            static_cast<uint32_t>(values.size()), values.data());
+    }
+    [[nodiscard]] xcb_timestamp_t serverTime() { return m_connection->serverTime(); }
+    void destroyWindow() { xcb_destroy_window(c(), m_window); }
+    [[nodiscard]] xcb_atom_t atom(const char* name) { return m_connection->atom(name); }
+
+private:
+    [[nodiscard]] xcb_connection_t* c() const { return m_connection->get(); }
+    static xcb_window_t makeWindow(const XcbConnection& connection) {
+        const xcb_window_t window = xcb_generate_id(connection.get());
+        xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, connection.root(), 0, 0,
+                          1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        return window;
+    }
+
+    std::shared_ptr<XcbConnection> m_connection = XcbConnection::open();
+    xcb_window_t m_window = makeWindow(*m_connection);
+};
+
+TEST_F(XcbPasteboardTest, AnswersSeveralTargetsInOneRequest) {
+    set(QStringLiteral("ا"));
+    Requestor client;
+    client.put("PAIRS", {"UTF8_STRING", "A", "STRING", "B", "TIMESTAMP", "C"});
+    ASSERT_TRUE(client.ask("MULTIPLE", "PAIRS"));
+    EXPECT_EQ(client.take("A").bytes, "\xd8\xa7");
+    EXPECT_EQ(client.take("B").type, xcb_atom_t{XCB_ATOM_NONE});
+    EXPECT_EQ(client.take("C").format, 32);
+    std::array<xcb_atom_t, 6> pairs{};
+    const QByteArray answer = client.take("PAIRS").bytes;
+    ASSERT_EQ(answer.size(), qsizetype{sizeof pairs});
+    std::memcpy(pairs.data(), answer.constData(), sizeof pairs);
+    EXPECT_EQ(pairs[0], client.atom("UTF8_STRING"));
+    EXPECT_EQ(pairs[2], xcb_atom_t{XCB_ATOM_NONE});
+    EXPECT_EQ(pairs[4], client.atom("TIMESTAMP"));
+}
+
+TEST_F(XcbPasteboardTest, ARequestFromBeforeTheTextWasSetDoesNotGetIt) {
+    Requestor client;
+    const xcb_timestamp_t before = client.serverTime();
+    ASSERT_TRUE(waitUntil([&] { return client.serverTime() != before; }));
+    set(QStringLiteral("restored"));
+    EXPECT_FALSE(client.ask("UTF8_STRING", "A", before));
+    EXPECT_TRUE(client.ask("UTF8_STRING", "A", client.serverTime()));
+}
+
+TEST_F(XcbPasteboardTest, AReaderThatTakesNothingIsDropped) {
+    set(longArabicText());
+    Requestor client;
+    const auto nextPiece = [&] { // the answer to a later request comes after the piece
+        EXPECT_TRUE(client.ask("TIMESTAMP", "LATER"));
+        return client.take("A");
+    };
+    ASSERT_TRUE(client.ask("UTF8_STRING", "A"));
+    EXPECT_EQ(client.take("A").type, client.atom("INCR"));
+    EXPECT_GT(nextPiece().bytes.size(), 0);
+    m_queue->runAll();
+    EXPECT_GT(nextPiece().bytes.size(), 0) << "it moved since the transfer began";
+    EXPECT_TRUE(client.ask("TIMESTAMP", "LATER"));
+    m_queue->runAll();
+    m_queue->runAll();
+    EXPECT_GT(client.take("A").bytes.size(), 0) << "sent before";
+    EXPECT_EQ(nextPiece().type, xcb_atom_t{XCB_ATOM_NONE});
+}
+
+TEST_F(XcbPasteboardTest, AReaderThatVanishesHarmsNobody) {
+    const QString text = longArabicText();
+    set(text);
+    {
+        Requestor destroyed;
+        Requestor disconnected;
+        ASSERT_TRUE(destroyed.ask("UTF8_STRING", "A"));
+        ASSERT_TRUE(disconnected.ask("UTF8_STRING", "A"));
+        std::ignore = destroyed.take("A");
+        std::ignore = disconnected.take("A");
+        destroyed.destroyWindow();
+    }
+    EXPECT_EQ(paste(), text.toUtf8());
+}
+
+/// An owner whose every answer is written by the test, on a connection and a thread of its own.
+class ForeignOwner {
+public:
+    using Request = xcb_selection_request_event_t;
+    using Answer = std::function<void(ForeignOwner&, const Request&)>;
+    /// The next piece of an INCR transfer; none to send no more.
+    using NextPiece = std::function<std::optional<QByteArray>()>;
+
+    explicit ForeignOwner(Answer answer) : m_answer(std::move(answer)) {
+        const auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_c)).data;
+        const xcb_window_t window = xcb_generate_id(m_c);
+        xcb_create_window(m_c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_set_selection_owner(m_c, window, atom("CLIPBOARD"), XCB_CURRENT_TIME);
+        std::ignore = atom("done"); // a round trip
+        m_thread = std::thread([this] { run(); });
+    }
+    ~ForeignOwner() {
+        m_isStopping = true;
+        m_thread.join();
+        xcb_disconnect(m_c);
+    }
+
+    [[nodiscard]] xcb_atom_t atom(const char* name) const {
+        const XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+            m_c, xcb_intern_atom(m_c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr));
+        return reply->atom;
+    }
+    void put(const Request& request, xcb_atom_t type, const QByteArray& bytes,
+             uint8_t format = 8) const {
+        xcb_change_property(m_c, XCB_PROP_MODE_REPLACE, request.requestor, request.property, type,
+                            format, static_cast<uint32_t>(bytes.size() / (format / 8)),
+                            bytes.constData());
+    }
+    void notify(const Request& request, xcb_atom_t property) const {
+        char event[32] = {};
+        const xcb_selection_notify_event_t notify{
+            XCB_SELECTION_NOTIFY, 0,       0, request.time, request.requestor, request.selection,
+            request.target,       property};
+        std::memcpy(event, &notify, sizeof notify);
+        xcb_send_event(m_c, 0, request.requestor, 0, event);
+    }
+    void deliver(const Request& request, xcb_atom_t type, const QByteArray& bytes,
+                 uint8_t format = 8) const {
+        put(request, type, bytes, format);
+        notify(request, request.property);
+    }
+    void sendPieces(const Request& request, xcb_atom_t type, NextPiece next) {
+        const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_change_window_attributes(m_c, request.requestor, XCB_CW_EVENT_MASK, &mask);
+        m_nextPiece = std::move(next);
+        m_pieceType = type;
+        m_transfer = request;
+        deliver(request, atom("INCR"), QByteArray("\xff\xff\xff\x7f", 4), 32);
+    }
+
+private:
+    void run() {
+        while (!m_isStopping) {
+            pollfd descriptor{xcb_get_file_descriptor(m_c), POLLIN, 0};
+            ::poll(&descriptor, 1, 10);
+            while (const XcbEvent event{xcb_poll_for_event(m_c)}) {
+                handle(*event);
+                xcb_flush(m_c);
+            }
+        }
+    }
+    void handle(const xcb_generic_event_t& event) {
+        if (eventType(event) == XCB_SELECTION_REQUEST) {
+            m_answer(*this, eventAs<Request>(event));
+        }
+        const auto& change = eventAs<xcb_property_notify_event_t>(event);
+        if (eventType(event) == XCB_PROPERTY_NOTIFY && change.state == XCB_PROPERTY_DELETE &&
+            m_nextPiece && change.atom == m_transfer.property) {
+            if (const std::optional<QByteArray> piece = m_nextPiece()) {
+                put(m_transfer, m_pieceType, *piece);
+            }
+        }
+    }
+
+    xcb_connection_t* m_c = xcb_connect(nullptr, nullptr);
+    Answer m_answer;
+    NextPiece m_nextPiece;
+    xcb_atom_t m_pieceType = XCB_ATOM_NONE;
+    Request m_transfer{};
+    std::atomic<bool> m_isStopping = false;
+    std::thread m_thread;
+};
+
+ForeignOwner::NextPiece pieces(std::vector<std::optional<QByteArray>> list) {
+    return [list = std::move(list), next = size_t{0}]() mutable {
+        return next < list.size() ? list[next++] : std::nullopt;
+    };
+}
+
+TEST_F(XcbPasteboardTest, BelievesNoOwner) {
+    using Owner = ForeignOwner;
+    using Request = ForeignOwner::Request;
+    const struct {
+        const char* name;
+        Owner::Answer answer;
+        std::optional<QString> expected;
+    } cases[] = {
+        {"never answers", [](Owner&, const Request&) {}, {}},
+        {"refuses all", [](Owner& o, const Request& r) { o.notify(r, XCB_ATOM_NONE); }, {}},
+        {"writes nothing", [](Owner& o, const Request& r) { o.notify(r, r.property); }, {}},
+        {"other type",
+         [](Owner& o, const Request& r) { o.deliver(r, XCB_ATOM_PIXMAP, "abcd"); },
+         {}},
+        {"format 16", [](Owner& o, const Request& r) { o.deliver(r, r.target, "abcd", 16); }, {}},
+        {"invalid UTF-8", [](Owner& o, const Request& r) { o.deliver(r, r.target, "ab\xff"); }, {}},
+        {"cut off UTF-8", [](Owner& o, const Request& r) { o.deliver(r, r.target, "ab\xd8"); }, {}},
+        {"surrogates",
+         [](Owner& o, const Request& r) { o.deliver(r, r.target, "\xed\xa0\x80"); },
+         {}},
+        {"empty", [](Owner& o, const Request& r) { o.deliver(r, r.target, ""); },
+         QStringLiteral("")},
+        {"byte order mark",
+         [](Owner& o, const Request& r) {
+             o.deliver(r, r.target,
+                       "\xef\xbb\xbf"
+                       "a");
+         },
+         QStringLiteral("\uFEFFa")},
+        {"Latin-1 only",
+         [](Owner& o, const Request& r) {
+             r.target == XCB_ATOM_STRING ? o.deliver(r, r.target, "\xe9")
+                                         : o.notify(r, XCB_ATOM_NONE);
+         },
+         QStringLiteral("\u00e9")},
+        {"pieces that part a character, of another size than announced",
+         [](Owner& o, const Request& r) {
+             o.sendPieces(r, r.target, pieces({"a\xd8", "\xa7", QByteArray("")}));
+         },
+         QStringLiteral("aا")},
+        {"stops between pieces",
+         [](Owner& o, const Request& r) { o.sendPieces(r, r.target, pieces({"a"})); },
+         {}},
+        {"pieces of another type",
+         [](Owner& o, const Request& r) {
+             o.sendPieces(r, XCB_ATOM_PIXMAP, pieces({"a", QByteArray("")}));
+         },
+         {}},
+        {"pieces without end",
+         [](Owner& o, const Request& r) { o.sendPieces(r, r.target, [] { return "x"; }); },
+         {}},
+        {"a flood",
+         [](Owner& o, const Request& r) {
+             o.sendPieces(r, r.target, [] { return QByteArray(4 << 20, 'x'); });
+         },
+         {}},
+    };
+    for (const auto& [name, answer, expected] : cases) {
+        const ForeignOwner owner(answer);
+        EXPECT_EQ(read(), expected) << name;
+        EXPECT_EQ(read(), expected) << name << ", again";
+    }
+    const auto honest = Xclip::copy(m_pasteboard, "honest");
+    EXPECT_EQ(read(), QStringLiteral("honest"));
+}
+
+TEST_F(XcbPasteboardTest, ALateAnswerIsNotTakenForALaterOne) {
+    std::optional<ForeignOwner::Request> first;
+    const ForeignOwner owner([&](ForeignOwner& self, const ForeignOwner::Request& request) {
+        if (!first) {
+            first = request;
+            return;
+        }
+        self.notify(*first, XCB_ATOM_NONE);
+        if (request.target == first->target) {
+            self.put(request, request.target, "right");
+            self.put(*first, first->target, "late");
+            self.notify(*first, first->property);
+            self.notify(request, request.property);
+        } else {
+            self.notify(request, XCB_ATOM_NONE);
+        }
+    });
+    EXPECT_EQ(read(), std::nullopt);
+    EXPECT_EQ(read(), QStringLiteral("right"));
+    EXPECT_EQ(read(), QStringLiteral("right"));
+}
+
+TEST_F(XcbPasteboardTest, ALateOwnerIsRidOfItsPieces) {
+    std::optional<ForeignOwner::Request> first;
+    std::atomic<int> piecesLeft = 10;
+    const ForeignOwner owner([&](ForeignOwner& self, const ForeignOwner::Request& request) {
+        if (!first) {
+            first = request;
+            return;
+        }
+        self.sendPieces(*first, first->target, [&]() -> std::optional<QByteArray> {
+            return --piecesLeft >= 0 ? std::optional<QByteArray>("late") : std::nullopt;
+        });
+        self.deliver(request, request.target, "right");
+    });
+    EXPECT_EQ(read(), std::nullopt);
+    EXPECT_EQ(read(), QStringLiteral("right"));
+    EXPECT_TRUE(waitUntil([&] { return piecesLeft <= 0; }));
+}
+
+} // namespace
+} // namespace velmorin

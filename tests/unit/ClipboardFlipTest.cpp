@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: MIT
+#include "tests/unit/FlipFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace velmorin {
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString hello = QStringLiteral("hello");
+const QString helloInArabic = QStringLiteral("\u0627\u062B\u0643\u0643\u062E");
+const QString digits = QStringLiteral("123");
+const QString earlier = QStringLiteral("copied earlier");
+
+const Messages pasted{"  ⌘A",
+                      "  ⌘C",
+                      "  Clipboard: changed=true, len=5",
+                      "  Converted → pasting",
+                      "  ⌘V",
+                      "── FLIP DONE (clipboard) — total: 1 ──"};
+const Messages nothingCopied{"  ⌘A", "  ⌘C", "  Clipboard: changed=false, len=0",
+                             "  Nothing copied"};
+
+TEST(ClipboardFlip, EachEndingHasItsLinesAndLeavesTheClipboardAsDefined) {
+    struct Case {
+        const char* name;
+        std::optional<QString> saved;
+        QString field;
+        FlipMode mode;
+        Messages lines;
+        QString fieldAfter;
+        QString clipboardAfter;
+    };
+    const Messages sameText{"  ⌘A", "  ⌘C", "  Clipboard: changed=true, len=3", "  Same text"};
+    const QString arabicDigits = QStringLiteral("\u0661\u0662\u0663");
+    Messages pastedDigits = pasted;
+    pastedDigits[2] = "  Clipboard: changed=true, len=3";
+    // A letter with a mark is one character of two UTF-16 units, and no key types it.
+    const QString marked = QStringLiteral("a\u0301hell");
+    const QString markedInArabic = QStringLiteral("a\u0301\u0627\u062B\u0643\u0643");
+    const Case cases[] = {
+        {"text", earlier, hello, FlipMode::auto_, pasted, helloInArabic, earlier},
+        {"text, none saved", {}, hello, FlipMode::auto_, pasted, helloInArabic, helloInArabic},
+        {"text, empty one saved", QString(), hello, FlipMode::auto_, pasted, helloInArabic, {}},
+        {"Arabic text", earlier, helloInArabic, FlipMode::auto_, pasted, hello, earlier},
+        {"marks", earlier, marked, FlipMode::auto_, pasted, markedInArabic, earlier},
+        {"digits", earlier, digits, FlipMode::auto_, sameText, digits, earlier},
+        {"digits, none saved", {}, digits, FlipMode::auto_, sameText, digits, digits},
+        {"digits, forced",
+         {},
+         digits,
+         FlipMode::forceArabic,
+         pastedDigits,
+         arabicDigits,
+         arabicDigits},
+        {"empty", earlier, {}, FlipMode::auto_, nothingCopied, {}, earlier},
+        {"empty, none saved", {}, {}, FlipMode::auto_, nothingCopied, {}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        FlipFixture f;
+        if (c.saved) {
+            f.platform.pasteboard->copyElsewhere(*c.saved);
+        }
+        f.field = c.field;
+        f.delegate->flipInProgress = true;
+        f.delegate->clipboardFlip(c.mode);
+        f.platform.mainQueue->runUntilIdle();
+        EXPECT_EQ(f.messages(), c.lines);
+        EXPECT_EQ(f.field, c.fieldAfter);
+        EXPECT_EQ(f.clipboard(), c.clipboardAfter);
+        EXPECT_EQ(f.store->count(), c.field == c.fieldAfter ? 0 : 1);
+        EXPECT_FALSE(f.delegate->flipInProgress);
+    }
+}
+
+TEST(ClipboardFlip, StepsKeepTheirTimesAndSendCommandAlone) {
+    FlipFixture f;
+    f.platform.pasteboard->copyElsewhere(earlier);
+    f.field = hello;
+    std::vector<std::pair<quint16, std::chrono::nanoseconds>> downs;
+    f.platform.keyEvents->onPost = [&, type = f.platform.keyEvents->onPost](const auto& key) {
+        if (key.keyDown) {
+            downs.emplace_back(key.keyCode, f.platform.mainQueue->now());
+        }
+        type(key);
+    };
+    f.delegate->flipInProgress = true;
+    f.delegate->clipboardFlip(FlipMode::auto_);
+
+    const auto at = [&](std::chrono::nanoseconds time) {
+        f.platform.mainQueue->advance(time - f.platform.mainQueue->now());
+    };
+    at(320ms - 1ns);
+    EXPECT_EQ(f.clipboard(), hello);
+    EXPECT_EQ(f.platform.pasteboard->journal(),
+              (QStringList{QStringLiteral("string"), QStringLiteral("clearContents"),
+                           QStringLiteral("setString "), QStringLiteral("changeCount")}));
+    at(320ms);
+    EXPECT_EQ(f.clipboard(), helloInArabic);
+    at(630ms - 1ns);
+    EXPECT_EQ(f.clipboard(), helloInArabic);
+    EXPECT_EQ(f.store->count(), 0);
+    at(630ms);
+    EXPECT_EQ(f.clipboard(), earlier);
+    EXPECT_EQ(f.store->count(), 1);
+    at(930ms - 1ns);
+    EXPECT_TRUE(f.delegate->flipInProgress);
+    at(930ms);
+    EXPECT_FALSE(f.delegate->flipInProgress);
+
+    EXPECT_EQ(downs,
+              (decltype(downs){{kVK_ANSI_A, 0ms}, {kVK_ANSI_C, 120ms}, {kVK_ANSI_V, 380ms}}));
+    const auto& posted = f.platform.keyEvents->journal();
+    ASSERT_EQ(posted.size(), 6U);
+    for (size_t i = 0; i < posted.size(); ++i) {
+        EXPECT_EQ(posted[i],
+                  (MemoryKeyEvents::Posted{CGEventSourceStateID::hidSystem, CGEventTapLocation::hid,
+                                           downs[i / 2].first, i % 2 == 0, 0x100000}));
+    }
+}
+
+TEST(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
+    struct Case {
+        const char* name;
+        bool sourceFails;
+        std::optional<bool> failingEvents;
+    };
+    const Case cases[] = {
+        {"source", true, {}}, {"key down", false, true}, {"key up", false, false}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        FlipFixture f;
+        f.platform.pasteboard->copyElsewhere(earlier);
+        f.platform.keyEvents->sourceFails = c.sourceFails;
+        f.platform.keyEvents->failingEvents = c.failingEvents;
+        f.field = hello;
+        f.delegate->clipboardFlip(FlipMode::auto_);
+        f.platform.mainQueue->runUntilIdle();
+        EXPECT_EQ(f.messages(), nothingCopied);
+        EXPECT_TRUE(f.platform.keyEvents->journal().empty());
+        EXPECT_EQ(f.clipboard(), earlier);
+    }
+}
+
+TEST(ClipboardFlip, WhatAnotherApplicationCopiesInTheWindowIsConverted) {
+    FlipFixture f;
+    f.fieldCopies = false;
+    f.delegate->clipboardFlip(FlipMode::auto_);
+    f.platform.mainQueue->advance(319ms);
+    f.platform.pasteboard->copyElsewhere(hello);
+    f.platform.mainQueue->runUntilIdle();
+    EXPECT_EQ(f.messages(), pasted);
+    EXPECT_EQ(f.field, helloInArabic);
+}
+
+TEST(ClipboardFlip, ACopyThatComesTooLateIsLeftAlone) {
+    FlipFixture f;
+    f.fieldCopies = false;
+    f.field = hello;
+    f.delegate->clipboardFlip(FlipMode::auto_);
+    f.platform.mainQueue->advance(321ms);
+    f.platform.pasteboard->copyElsewhere(hello);
+    f.platform.mainQueue->runUntilIdle();
+    EXPECT_EQ(f.messages(), nothingCopied);
+    EXPECT_EQ(f.field, hello);
+    EXPECT_EQ(f.clipboard(), hello);
+}
+
+TEST(ClipboardFlip, ACopyOfNoTextIsNoCopy) {
+    for (const std::optional<QString>& copied : {std::optional(QString()), {}}) {
+        FlipFixture f;
+        f.fieldCopies = false;
+        f.delegate->clipboardFlip(FlipMode::auto_);
+        f.platform.mainQueue->advance(200ms);
+        f.platform.pasteboard->copyElsewhere(copied);
+        f.platform.mainQueue->runUntilIdle();
+        EXPECT_EQ(f.messages(), nothingCopied);
+        EXPECT_EQ(f.clipboard(), copied);
+    }
+}
+
+TEST(ClipboardFlip, WithoutTheDelegateAFlipStopsAtTheReadButAPasteIsFinished) {
+    struct Case {
+        std::chrono::milliseconds gone;
+        size_t lines;
+        size_t keys;
+        QString field;
+        QString clipboard;
+        qint64 count;
+    };
+    const Case cases[] = {
+        {60ms, 1, 4, hello, hello, 0},
+        {200ms, 2, 4, hello, hello, 0},
+        {350ms, 4, 6, helloInArabic, earlier, 1},
+        {500ms, 5, 6, helloInArabic, earlier, 1},
+        {700ms, 6, 6, helloInArabic, earlier, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.gone.count());
+        FlipFixture f;
+        f.platform.pasteboard->copyElsewhere(earlier);
+        f.field = hello;
+        f.delegate->clipboardFlip(FlipMode::auto_);
+        f.platform.mainQueue->advance(c.gone);
+        f.delegate.reset();
+        f.platform.mainQueue->runUntilIdle();
+        EXPECT_EQ(f.messages(), Messages(pasted.begin(), pasted.begin() + ptrdiff_t(c.lines)));
+        EXPECT_EQ(f.platform.keyEvents->journal().size(), c.keys);
+        EXPECT_EQ(f.field, c.field);
+        EXPECT_EQ(f.clipboard(), c.clipboard);
+        EXPECT_EQ(f.store->count(), c.count);
+    }
+}
+
+} // namespace
+} // namespace velmorin

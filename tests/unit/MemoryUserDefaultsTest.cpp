@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/Memory/MemoryUserDefaults.h"
+#include "tests/contracts/UserDefaultsContract.h"
+
+namespace velmorin {
+namespace {
+
+class MemoryPort {
+public:
+    UserDefaults& defaults() { return m_defaults; }
+    void reopen() {}
+
+private:
+    MemoryUserDefaults m_defaults;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, UserDefaultsContract, MemoryPort);
+
+TEST(MemoryUserDefaults, journalLeavesOutWhatWasRefused) {
+    MemoryUserDefaults defaults;
+    defaults.set(QStringLiteral("a"), 1);
+    defaults.set(QStringLiteral("a"), QPoint());
+    defaults.set(QStringLiteral("a"), QVariant());
+    EXPECT_EQ(defaults.journal(),
+              QStringList({QStringLiteral("set a"), QStringLiteral("remove a")}));
+}
+
+} // namespace
+} // namespace velmorin

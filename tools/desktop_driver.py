@@ -1,0 +1,310 @@
+# SPDX-License-Identifier: MIT
+"""Drives a desktop as a user would: starts Velmorin and editors, presses keys, and reads the
+editors' texts from the editors themselves. Everything waits for conditions, with a bound."""
+
+import ctypes
+import os
+import signal
+import subprocess
+import sys
+import threading
+import time
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+LIMIT = 60  # seconds; generous, for slow machines
+
+LATIN = "`qwertyuiop[]asdfghjkl;'zxcvbnm,./1234567890"
+ARABIC = "ذضصثقفغعهخحجدشسيبلانمكط'ءئؤرىةوزظ؟١٢٣٤٥٦٧٨٩٠"
+TO_ARABIC = str.maketrans(LATIN, ARABIC)
+
+
+def to_arabic(text):
+    return text.translate(TO_ARABIC)
+
+
+def wait_until(condition, what, limit=LIMIT):
+    """Waits until condition() is true, and returns what it returned."""
+    deadline = time.monotonic() + limit
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited {limit} s in vain for: {what}")
+        time.sleep(0.01)
+
+
+def xdotool(*arguments):
+    result = subprocess.run(
+        ["xdotool", *arguments], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True
+    )
+    return result.stdout.strip()
+
+
+class X:
+    """The few questions to the X server that xdotool does not ask."""
+
+    lib = ctypes.CDLL("libX11.so.6")
+    lib.XOpenDisplay.restype = ctypes.c_void_p
+
+    @classmethod
+    def held_keys(cls):
+        """The key codes that are down."""
+        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
+        keys = (ctypes.c_char * 32)()
+        cls.lib.XQueryKeymap(display, keys)
+        cls.lib.XCloseDisplay(display)
+        return [i for i in range(256) if keys[i // 8][0] >> (i % 8) & 1]
+
+    @classmethod
+    def lock_group(cls, group):
+        """Makes the keyboard's n-th layout the active one."""
+        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
+        cls.lib.XkbLockGroup(display, 0x100, group)
+        cls.lib.XSync(display, 0)
+        cls.lib.XCloseDisplay(display)
+
+
+class Velmorin:
+    """The program, and its live log as it prints it."""
+
+    def __init__(self, program, wait=True, environment=None):
+        self.lines = []
+        self.errors = None
+        self.process = subprocess.Popen(
+            [program],
+            env={**os.environ, "VELMORIN_PRINT_LOG": "1", **(environment or {})},
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            text=True,
+        )
+        self.reader = threading.Thread(target=self._read, daemon=True)
+        self.reader.start()
+        if wait:
+            self.wait_for("Accessibility: ")
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.append(line.rstrip("\n"))
+
+    def wait_for(self, text, after=0, limit=LIMIT):
+        """Waits for a line with the text among those after the first `after`; gives its number."""
+
+        def found():
+            for number, line in enumerate(self.lines[after:], after):
+                if text in line:
+                    return number + 1
+            if self.process.poll() is not None:
+                raise AssertionError(f"velmorin ended while it should say: {text}")
+            return None
+
+        return wait_until(found, f"the log line {text!r} in {self.lines[after:]}", limit)
+
+    def messages(self, after=0):
+        """The log's lines without their time stamps."""
+        return [line.split("] ", 1)[1] for line in self.lines[after:]]
+
+    def flip(self, end, hold_alt=False):
+        """Presses the hotkey and waits for the line that ends the flip. Gives the flip's lines.
+
+        The keys are let go when the press was seen, as a hand would."""
+        start = len(self.lines)
+        xdotool("keydown", "alt")
+        xdotool("keydown", "space")
+        self.wait_for("⌥Space pressed!", start)
+        xdotool("keyup", "space")
+        if not hold_alt:
+            xdotool("keyup", "alt")
+        self.wait_for(end, start)
+        if hold_alt:
+            xdotool("keyup", "alt")
+        return self.messages(start)
+
+    def ready_again(self):
+        """Waits until the next flip would be accepted: 0.3 s after the last one ended."""
+        time.sleep(0.35)
+
+    def stop(self):
+        """Ends the program at once, as a crash would, and gives what it said on standard error."""
+        if self.errors is None:
+            self.process.kill()
+            self.process.wait()
+            self.reader.join()
+            self.errors = self.process.stderr.read()
+            self.process.stdout.close()
+            self.process.stderr.close()
+        return self.errors
+
+
+def accessible_text(process_id):
+    """The text of the focused text field of a process, as the accessibility bus tells; or None."""
+    Atspi.get_desktop(0).clear_cache()
+
+    def search(element, depth):
+        try:
+            element.clear_cache_single()
+        except AttributeError:
+            element.clear_cache()
+        states = element.get_state_set()
+        if states.contains(Atspi.StateType.FOCUSED) and "Text" in element.get_interfaces():
+            return element
+        if depth == 0:
+            return None
+        for index in range(element.get_child_count()):
+            child = element.get_child_at_index(index)
+            found = child and search(child, depth - 1)
+            if found:
+                return found
+        return None
+
+    desktop = Atspi.get_desktop(0)
+    for index in range(desktop.get_child_count()):
+        try:
+            application = desktop.get_child_at_index(index)
+            if application and application.get_process_id() == process_id:
+                found = search(application, 12)
+                if found:
+                    return Atspi.Text.get_text(found, 0, Atspi.Text.get_character_count(found))
+        except GLib.Error:
+            pass
+    return None
+
+
+class Application:
+    """A running application with a text field that has the focus."""
+
+    def __init__(self, command, title, environment=None):
+        self.process = subprocess.Popen(
+            command,
+            env={**os.environ, **(environment or {})},
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+            start_new_session=True,
+        )
+        wait_until(
+            lambda: title in xdotool("getactivewindow", "getwindowname"), f"the window {title}"
+        )
+
+    def stop(self):
+        os.killpg(self.process.pid, signal.SIGCONT)
+        os.killpg(self.process.pid, signal.SIGKILL)
+        self.process.wait()
+
+    def keys(self, *keys):
+        xdotool("key", *keys)
+
+    def type(self, text):
+        xdotool("type", text)
+
+    def expect(self, text):
+        """Waits until the field holds exactly the text."""
+        try:
+            wait_until(lambda: self.text() == text, "the field's text")
+        except AssertionError:
+            raise AssertionError(f"the field holds {self.text()!r}, not {text!r}") from None
+
+
+class AccessibleEditor(Application):
+    """Mousepad, a GTK 3 editor."""
+
+    def __init__(self, path, text=""):
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text)
+        super().__init__(["mousepad", "--disable-server", path], os.path.basename(path))
+        wait_until(lambda: self.text() is not None, "the editor on the accessibility bus")
+
+    def text(self):
+        return accessible_text(self.process.pid)
+
+
+class InaccessibleEditor(Application):
+    """The same editor without its accessibility bridge. It is read by saving its file."""
+
+    def __init__(self, path, text=""):
+        self.path = path
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text)
+        super().__init__(
+            ["mousepad", "--disable-server", path],
+            os.path.basename(path),
+            {"NO_AT_BRIDGE": "1", "GTK_A11Y": "none"},
+        )
+        # The window is there before it listens: a key that it answers shows that it does.
+        self.keys("ctrl+End")
+        self.type("x")
+        wait_until(lambda: self.is_changed(), "the editor to take keys")
+        self.keys("BackSpace")
+        self.expect(text)
+
+    def is_changed(self):
+        return "*" in xdotool("getactivewindow", "getwindowname")
+
+    def text(self):
+        if self.is_changed():
+            self.keys("ctrl+s")
+            wait_until(lambda: not self.is_changed(), "the editor to save")
+        with open(self.path, encoding="utf-8") as file:
+            return file.read()
+
+
+class Qt6Field(Application):
+    """A Qt 6 line edit in a window with a menu bar."""
+
+    PROGRAM = """
+import sys
+from PyQt6.QtWidgets import QApplication, QLineEdit, QMainWindow
+application = QApplication(sys.argv)
+window = QMainWindow()
+window.setWindowTitle("A Qt 6 field")
+window.menuBar().addMenu("&File").addAction("&Open")
+field = QLineEdit(sys.argv[1])
+field.setMaxLength(2000000)
+window.setCentralWidget(field)
+window.show()
+field.setFocus()
+sys.exit(application.exec())
+"""
+
+    def __init__(self, text=""):
+        super().__init__(["/usr/bin/python3", "-c", self.PROGRAM, text], "A Qt 6 field")
+        wait_until(lambda: self.text() is not None, "the field on the accessibility bus")
+
+    def text(self):
+        return accessible_text(self.process.pid)
+
+
+class Clipboard:
+    """The clipboard, through another program."""
+
+    @staticmethod
+    def set(text):
+        """Gives the process that owns it, until someone else does."""
+        process = subprocess.Popen(
+            ["xclip", "-quiet", "-selection", "clipboard"],
+            stdin=subprocess.PIPE,
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+            text=True,
+        )
+        process.stdin.write(text)
+        process.stdin.close()
+        wait_until(lambda: Clipboard.get() == text, "the clipboard to be owned")
+        return process
+
+    @staticmethod
+    def get():
+        result = subprocess.run(
+            ["timeout", "5", "xclip", "-o", "-selection", "clipboard"],
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+        )
+        return result.stdout.decode() if result.returncode == 0 else None
+
+
+def fail(message):
+    print(message, file=sys.stderr)
+    sys.exit(1)
