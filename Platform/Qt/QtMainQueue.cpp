@@ -17,17 +17,16 @@ void QtMainQueue::async(Block block) {
 
 void QtMainQueue::asyncAfter(std::chrono::nanoseconds delay, Block block) {
     const QDeadlineTimer due(std::max(delay, 0ns), Qt::PreciseTimer);
-    const auto start = [this, due, block = std::move(block)]() mutable {
+    auto start = [this, due, block = std::move(block)]() mutable {
         // Rounded up: a timer counts in whole milliseconds and must not fire early.
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(
             std::max(due.remainingTimeAsDuration(), 0ns));
         QTimer::singleShot(left, Qt::PreciseTimer, this, std::move(block));
     };
     if (QThread::currentThread() == thread()) {
-        auto startHere = start;
-        startHere();
+        start();
     } else {
-        async(start);
+        async(std::move(start));
     }
 }
 

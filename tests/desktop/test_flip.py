@@ -4,6 +4,7 @@ text became is read from the editor itself."""
 
 import os
 import signal
+import subprocess
 import sys
 import tempfile
 import time
@@ -257,6 +258,22 @@ class Faults(DesktopTest):
         self.assertEqual(velmorin.process.wait(), 1)
         self.assertEqual(velmorin.stop().count("\n"), 1)
         self.assertEqual(velmorin.lines, [])
+
+    def test_the_x_server_is_gone(self):
+        server = subprocess.Popen(
+            ["Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-noreset"],
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+            text=True,
+        )
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        self.addCleanup(server.stdout.close)
+        display = ":" + server.stdout.readline().strip()
+        velmorin = self.start_velmorin(environment={"DISPLAY": display})
+        server.kill()
+        self.assertEqual(velmorin.process.wait(timeout=60), 1)
+        self.assertEqual(velmorin.stop(), "velmorin: the X server has gone\n")
 
     def test_a_hotkey_that_is_taken(self):
         second = self.start_velmorin()

@@ -111,7 +111,8 @@ TEST_F(XcbHotKeysTest, ACombinationThatAnotherClientOwnsInPartIsRefusedWhole) {
     ASSERT_TRUE(m_user.held().empty()); // also waits for the grab
     EXPECT_EQ(registerHotKey(), eventHotKeyExistsErr);
     EXPECT_FALSE(m_hotKey);
-    // The rest was given back: a third client can have it.
+    // The rest was given back: the other client can have it.
+    settle();
     const XcbPtr<xcb_generic_error_t> error(xcb_request_check(
         m_user.c(),
         xcb_grab_key_checked(m_user.c(), 0, m_user.root(), XCB_MOD_MASK_1, test::keySpace,
