@@ -156,11 +156,11 @@ class ClipboardPath(DesktopTest):
         first = len(self.velmorin.lines)
         xdotool("keydown", "alt")
         xdotool("key", "space")
-        self.velmorin.wait_for("  ⌘A", first)
+        self.velmorin.wait_for("  ⌘A", after=first)
         xdotool("key", "space")
-        self.velmorin.wait_for("Flip already in progress", first)
+        self.velmorin.wait_for("Flip already in progress", after=first)
         xdotool("keyup", "alt")
-        self.velmorin.wait_for(PASTED, first)
+        self.velmorin.wait_for(PASTED, after=first)
         editor.expect(to_arabic("hgsghk"))
 
     def test_holding_the_keys_is_one_press(self):
@@ -168,7 +168,7 @@ class ClipboardPath(DesktopTest):
         first = len(self.velmorin.lines)
         xdotool("keydown", "alt")
         xdotool("keydown", "space")
-        self.velmorin.wait_for(PASTED, first)
+        self.velmorin.wait_for(PASTED, after=first)
         time.sleep(1)  # auto-repeat, which begins after 0.66 s, has its chance
         xdotool("keyup", "space")
         xdotool("keyup", "alt")
