@@ -39,7 +39,7 @@ private:
 /// `EditableText` of org.a11y.atspi. Offsets are in the application's own unit (characters for
 /// GTK, UTF-16 units for Qt) and are only ever handed back to it.
 ///
-/// All waiting for the application is paid from one purse of 900 ms; a call that comes after it
+/// All waiting for the application is paid from one purse of 800 ms; a call that comes after it
 /// is empty fails at once, and so does every call after one that was not answered in time.
 class AtSpiElement : public AXUIElement {
 public:
@@ -83,7 +83,7 @@ private:
     AtSpiAddress m_address;
     std::optional<qint64> m_processId;
     std::optional<QStringList> m_interfaces;
-    std::chrono::nanoseconds m_purse = std::chrono::milliseconds(900);
+    std::chrono::nanoseconds m_purse = std::chrono::milliseconds(800);
     bool m_hung = false;
 };
 

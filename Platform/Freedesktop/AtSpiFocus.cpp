@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr size_t kRecentLimit = 8;
-constexpr auto kSearchLimit = 300ms;
+constexpr auto kSearchLimit = 150ms;
 constexpr auto kSettleLimit = 100ms;
 
 QDBusMessage accessibleCall(const AtSpiAddress& address, const char* method) {
