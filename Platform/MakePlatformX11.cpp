@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The one place that knows which back ends make up an X11 desktop.
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
+#include "Platform/Freedesktop/SecretServiceKeychain.h"
 #include "Platform/Freedesktop/SqliteUserDefaults.h"
 #include "Platform/MakePlatform.h"
 #include "Platform/Qt/QtMainQueue.h"
@@ -38,6 +39,10 @@ std::optional<Platform> makePlatform(QString& error) {
     platform.keyEvents = std::make_shared<XTestKeyEvents>(connection, keyboard);
     platform.standardUserDefaults = std::make_shared<SqliteUserDefaults>(
         SqliteUserDefaults::domainPath(QStringLiteral("standard")));
+    platform.userDefaultsSuite = [](const QString& suite) {
+        return std::make_shared<SqliteUserDefaults>(SqliteUserDefaults::domainPath(suite));
+    };
+    platform.keychain = std::make_shared<SecretServiceKeychain>();
     return platform;
 }
 

@@ -5,10 +5,12 @@
 #include "Platform/Clock.h"
 #include "Platform/HotKeys.h"
 #include "Platform/KeyEvents.h"
+#include "Platform/Keychain.h"
 #include "Platform/MainQueue.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
 
+#include <functional>
 #include <memory>
 
 namespace velmorin {
@@ -22,6 +24,9 @@ struct Platform {
     std::shared_ptr<Pasteboard> pasteboard;
     std::shared_ptr<KeyEvents> keyEvents;
     std::shared_ptr<UserDefaults> standardUserDefaults;
+    /// Opens a named domain: a new object on every call; null when it cannot be opened.
+    std::function<std::shared_ptr<UserDefaults>(const QString& suite)> userDefaultsSuite;
+    std::shared_ptr<Keychain> keychain;
 
     /// The process's platform. The entry point sets it once, before anything reads it; only the
     /// `shared()` instances and the hotkey's C callback read it.

@@ -5,6 +5,7 @@
 #include "Platform/Memory/MemoryClock.h"
 #include "Platform/Memory/MemoryHotKeys.h"
 #include "Platform/Memory/MemoryKeyEvents.h"
+#include "Platform/Memory/MemoryKeychain.h"
 #include "Platform/Memory/MemoryMainQueue.h"
 #include "Platform/Memory/MemoryPasteboard.h"
 #include "Platform/Memory/MemoryUserDefaults.h"
@@ -24,10 +25,19 @@ struct MemoryPlatform {
     std::shared_ptr<MemoryKeyEvents> keyEvents = std::make_shared<MemoryKeyEvents>();
     std::shared_ptr<MemoryUserDefaults> standardUserDefaults =
         std::make_shared<MemoryUserDefaults>();
+    std::shared_ptr<MemoryUserDefaults> suiteUserDefaults = std::make_shared<MemoryUserDefaults>();
+    std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
 
     [[nodiscard]] Platform platform() const {
-        return {mainQueue,           clock, hotKeys, accessibility, pasteboard, keyEvents,
-                standardUserDefaults};
+        return {.mainQueue = mainQueue,
+                .clock = clock,
+                .hotKeys = hotKeys,
+                .accessibility = accessibility,
+                .pasteboard = pasteboard,
+                .keyEvents = keyEvents,
+                .standardUserDefaults = standardUserDefaults,
+                .userDefaultsSuite = [suite = suiteUserDefaults](const QString&) { return suite; },
+                .keychain = keychain};
     }
 };
 

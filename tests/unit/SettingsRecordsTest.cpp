@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/Memory/MemoryUserDefaults.h"
+#include "SharedCore/AppPreferences.h"
+#include "SharedCore/UsageStats.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace velmorin {
+namespace {
+
+using Theme = AppPreferences::Theme;
+
+const QString preferencesKey = QStringLiteral("appPreferences");
+
+const QByteArray storedPreferences =
+    R"({"keyboardShortcuts":{"flip":"⌥Space"},"launchAtLogin":true,"reduceMotion":true,)"
+    R"("reduceTransparency":true,"showMenuBarIcon":false,"theme":"dark"})";
+
+AppPreferences changedPreferences() {
+    AppPreferences preferences;
+    preferences.launchAtLogin = true;
+    preferences.showMenuBarIcon = false;
+    preferences.keyboardShortcuts = {{"flip", QStringLiteral("⌥Space")}};
+    preferences.theme = Theme::dark;
+    preferences.reduceMotion = true;
+    preferences.reduceTransparency = true;
+    return preferences;
+}
+
+class SettingsRecords : public testing::Test {
+protected:
+    const std::shared_ptr<MemoryUserDefaults> defaults = std::make_shared<MemoryUserDefaults>();
+    StorageManager storage{defaults, nullptr, nullptr};
+};
+
+TEST_F(SettingsRecords, preferencesWithNothingStoredAreTheDefaults) {
+    const AppPreferences preferences = AppPreferences::load(storage);
+    EXPECT_FALSE(preferences.launchAtLogin);
+    EXPECT_TRUE(preferences.showMenuBarIcon);
+    EXPECT_TRUE(preferences.keyboardShortcuts.isEmpty());
+    EXPECT_EQ(preferences.theme, Theme::system);
+    EXPECT_FALSE(preferences.reduceMotion);
+    EXPECT_FALSE(preferences.reduceTransparency);
+    EXPECT_TRUE(defaults->journal().isEmpty());
+}
+
+TEST_F(SettingsRecords, preferencesAreStoredWhole) {
+    AppPreferences().save(storage);
+    EXPECT_EQ(defaults->data(preferencesKey),
+              R"({"keyboardShortcuts":{},"launchAtLogin":false,"reduceMotion":false,)"
+              R"("reduceTransparency":false,"showMenuBarIcon":true,"theme":"system"})");
+    changedPreferences().save(storage);
+    EXPECT_EQ(defaults->data(preferencesKey), storedPreferences);
+    EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
+}
+
+TEST_F(SettingsRecords, preferencesThatCannotBeStoredLeaveTheOldOnes) {
+    changedPreferences().save(storage);
+    AppPreferences preferences;
+    preferences.keyboardShortcuts.insert("flip", QString(QChar(0xdfff)));
+    preferences.save(storage);
+    EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
+}
+
+TEST_F(SettingsRecords, damagedPreferencesAreTheDefaultsAsAWhole) {
+    const struct {
+        QByteArray before, after;
+    } cases[] = {
+        {R"("reduceTransparency":true,)", ""},
+        {R"("launchAtLogin":true)", R"("launchAtLogin":1)"},
+        {R"("launchAtLogin":true)", R"("launchAtLogin":null)"},
+        {R"("launchAtLogin")", R"("LaunchAtLogin")"},
+        {R"({"flip":"⌥Space"})", R"({"flip":1})"},
+        {R"({"flip":"⌥Space"})", R"([])"},
+        {R"("dark")", R"("Dark")"},
+        {R"("dark")", R"("auto")"},
+        {R"("dark")", R"(" dark")"},
+        {R"("dark")", R"(1)"},
+        {R"("dark"})", R"("dark")"},
+        {storedPreferences, "[]"},
+        {storedPreferences, ""},
+    };
+    for (const auto& [before, after] : cases) {
+        QByteArray text = storedPreferences;
+        ASSERT_TRUE(text.contains(before));
+        defaults->set(preferencesKey, text.replace(before, after));
+        EXPECT_EQ(AppPreferences::load(storage), AppPreferences()) << text.constData();
+    }
+    defaults->set(preferencesKey, QString::fromUtf8(storedPreferences));
+    EXPECT_EQ(AppPreferences::load(storage), AppPreferences());
+}
+
+TEST_F(SettingsRecords, membersOfALaterVersionAreIgnored) {
+    QByteArray text = storedPreferences;
+    defaults->set(preferencesKey, text.replace("{\"key", "{\"later\":[null],\"key"));
+    EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
+}
+
+/// A clock that is a second later each time it is read.
+class TickingClock final : public Clock {
+public:
+    [[nodiscard]] QDateTime now() const override { return at(m_second++); }
+    static QDateTime at(int second) {
+        return QDateTime(QDate(2001, 1, 1), QTime(0, 0, second), Qt::UTC);
+    }
+
+private:
+    mutable int m_second = 0;
+};
+
+TEST_F(SettingsRecords, usageCountsLaunches) {
+    const TickingClock clock;
+    UsageStats usage;
+    usage.recordLaunch(clock);
+    EXPECT_EQ(usage.launchCount, 1);
+    EXPECT_EQ(usage.lastLaunchDate, clock.at(0));
+    EXPECT_EQ(usage.firstLaunchDate, clock.at(1));
+    usage.recordLaunch(clock);
+    EXPECT_EQ(usage.launchCount, 2);
+    EXPECT_EQ(usage.lastLaunchDate, clock.at(2));
+    EXPECT_EQ(usage.firstLaunchDate, clock.at(1));
+}
+
+TEST_F(SettingsRecords, usageCountsFeatures) {
+    UsageStats usage;
+    for (const char* name : {"export", "Export", "export", "export"}) {
+        usage.recordFeature(name);
+    }
+    EXPECT_EQ(usage.featureUsage, (QMap<QString, qint64>{{"export", 3}, {"Export", 1}}));
+}
+
+TEST(SettingsRecordsDeathTest, fullCountersEndTheProcess) {
+    constexpr qint64 full = std::numeric_limits<qint64>::max();
+    UsageStats usage;
+    usage.launchCount = full;
+    usage.featureUsage.insert("export", full);
+    EXPECT_DEATH(usage.recordLaunch(TickingClock()), "overflowed");
+    EXPECT_DEATH(usage.recordFeature("export"), "overflowed");
+}
+
+TEST_F(SettingsRecords, usageIsStored) {
+    const QString key = QStringLiteral("usage");
+    UsageStats usage;
+    storage.set(usage, key);
+    EXPECT_EQ(defaults->data(key), R"({"featureUsage":{},"launchCount":0,"totalUsageTime":0})");
+    EXPECT_EQ(storage.get<UsageStats>(key), usage);
+    usage.recordLaunch(TickingClock());
+    usage.recordFeature("export");
+    usage.totalUsageTime = 0.5;
+    storage.set(usage, key);
+    EXPECT_EQ(defaults->data(key), R"({"featureUsage":{"export":1},"firstLaunchDate":1,)"
+                                   R"("lastLaunchDate":0,"launchCount":1,"totalUsageTime":0.5})");
+    EXPECT_EQ(storage.get<UsageStats>(key), usage);
+    usage.totalUsageTime = std::numeric_limits<double>::quiet_NaN();
+    storage.set(usage, key);
+    EXPECT_EQ(storage.get<UsageStats>(key)->totalUsageTime, 0.5);
+}
+
+TEST_F(SettingsRecords, usageIsReadStrictly) {
+    const struct {
+        const char* text;
+        bool isUsable;
+    } cases[] = {
+        {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{},"firstLaunchDate":null})", true},
+        {R"({"launchCount":1,"featureUsage":{}})", false},
+        {R"({"launchCount":1.5,"totalUsageTime":2,"featureUsage":{}})", false},
+        {R"({"launchCount":1,"totalUsageTime":true,"featureUsage":{}})", false},
+        {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{"a":"1"}})", false},
+        {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{},"lastLaunchDate":"x"})", false},
+        {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{},"lastLaunchDate":1e300})", false},
+    };
+    for (const auto& [text, isUsable] : cases) {
+        defaults->set("usage", QByteArray(text));
+        EXPECT_EQ(storage.get<UsageStats>("usage").has_value(), isUsable) << text;
+    }
+}
+
+} // namespace
+} // namespace velmorin
