@@ -5,13 +5,19 @@
 
 #include <QString>
 
-#include <optional>
+#include <variant>
 
 namespace velmorin {
 
-/// The real services of the desktop that this process runs on. None, with a sentence for the user
-/// in `error`, when there is no desktop to run on. Called once, on the main thread, after the
-/// application object was made.
-[[nodiscard]] std::optional<Platform> makePlatform(QString& error);
+/// Why the program ends before it began.
+struct EarlyEnd {
+    int exitStatus = 0;
+    QString message; ///< A sentence for the user; empty when there is nothing to say.
+};
+
+/// The real services of the desktop that this process runs on; or its early end, when there is no
+/// desktop to run on, or another instance runs already and was brought to the front. Called once,
+/// on the main thread. `argc` and `argv` must outlive the platform.
+[[nodiscard]] std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv);
 
 } // namespace velmorin

@@ -1,35 +1,71 @@
 // SPDX-License-Identifier: MIT
 // The one place that knows which back ends make up an X11 desktop.
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
+#include "Platform/Freedesktop/FreedesktopWorkspace.h"
+#include "Platform/Freedesktop/PortalColorScheme.h"
 #include "Platform/Freedesktop/SecretServiceKeychain.h"
+#include "Platform/Freedesktop/SingleInstance.h"
 #include "Platform/Freedesktop/SqliteUserDefaults.h"
 #include "Platform/MakePlatform.h"
+#include "Platform/Qt/QtApplication.h"
 #include "Platform/Qt/QtMainQueue.h"
+#include "Platform/Qt/QtStatusBar.h"
+#include "Platform/Qt/QtWindows.h"
+#include "Platform/Qt/SvgSymbolImages.h"
 #include "Platform/X11/XTestKeyEvents.h"
 #include "Platform/X11/XcbActiveWindow.h"
 #include "Platform/X11/XcbHotKeys.h"
 #include "Platform/X11/XcbPasteboard.h"
 
-#include <QCoreApplication>
-
 #include <cstdio>
+#include <cstdlib>
 
 namespace velmorin {
 
-std::optional<Platform> makePlatform(QString& error) {
+namespace {
+
+/// The application, and what lives as long as it and serves it alone.
+class X11Application : public QtApplication {
+public:
+    using QtApplication::QtApplication;
+
+    SingleInstance instance{[this] { reopen(); }};
+    PortalColorScheme colorScheme{[this](bool prefersDark) { setPrefersDark(prefersDark); }};
+};
+
+} // namespace
+
+std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
+    // Qt ends the process when there is no display.
+    if (!XcbConnection::canOpen()) {
+        const QString display = qEnvironmentVariable("DISPLAY");
+        return EarlyEnd{1, display.isEmpty()
+                               ? QStringLiteral("no X display: DISPLAY is not set")
+                               : QStringLiteral("cannot connect to X display ") + display};
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb"); // X11 under a Wayland session, too
+    const auto application = std::make_shared<X11Application>(argc, argv);
+    switch (application->instance.acquire()) {
+    case SingleInstance::Outcome::first:
+        break;
+    case SingleInstance::Outcome::handedOver:
+        return EarlyEnd{};
+    case SingleInstance::Outcome::noAnswer:
+        return EarlyEnd{1, QStringLiteral("it runs already, but does not answer")};
+    }
+    application->colorScheme.follow();
+
     const std::shared_ptr<XcbConnection> connection = XcbConnection::open();
     if (!connection) {
-        const QString display = qEnvironmentVariable("DISPLAY");
-        error = display.isEmpty() ? QStringLiteral("no X display: DISPLAY is not set")
-                                  : QStringLiteral("cannot connect to X display ") + display;
-        return std::nullopt;
+        return EarlyEnd{1, QStringLiteral("the X server has gone")};
     }
     QObject::connect(connection.get(), &XcbConnection::lost, qApp, [] {
         std::fputs("velmorin: the X server has gone\n", stderr);
-        QCoreApplication::exit(1);
+        std::_Exit(1); // nothing is unsaved, and no window can be taken down
     });
     const auto keyboard = std::make_shared<XcbKeyboard>(connection);
     Platform platform;
+    platform.application = application;
     platform.mainQueue = std::make_shared<QtMainQueue>();
     platform.clock = std::make_shared<QtClock>();
     platform.hotKeys = std::make_shared<XcbHotKeys>(connection, keyboard);
@@ -43,6 +79,11 @@ std::optional<Platform> makePlatform(QString& error) {
         return std::make_shared<SqliteUserDefaults>(SqliteUserDefaults::domainPath(suite));
     };
     platform.keychain = std::make_shared<SecretServiceKeychain>();
+    platform.statusBar = std::make_shared<QtStatusBar>();
+    platform.symbolImages = std::make_shared<SvgSymbolImages>();
+    platform.windows =
+        std::make_shared<QtWindows>(platform.mainQueue, platform.standardUserDefaults);
+    platform.workspace = std::make_shared<FreedesktopWorkspace>();
     return platform;
 }
 

@@ -35,10 +35,10 @@ StorageManager::StorageManager(std::shared_ptr<UserDefaults> defaults,
       m_openSuite(std::move(openSuite)) {}
 
 StorageManager& StorageManager::shared() {
-    static StorageManager manager(Platform::process().standardUserDefaults,
-                                  Platform::process().keychain,
-                                  Platform::process().userDefaultsSuite);
-    return manager;
+    return *Platform::sharedInstance<StorageManager>([](const Platform& platform) {
+        return std::make_shared<StorageManager>(platform.standardUserDefaults, platform.keychain,
+                                                platform.userDefaultsSuite);
+    });
 }
 
 void StorageManager::set(const QVariant& value, const QString& key) {

@@ -17,9 +17,9 @@ LiveLog::LiveLog(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<Clock> cl
     : m_mainQueue(std::move(mainQueue)), m_clock(std::move(clock)) {}
 
 std::shared_ptr<LiveLog> LiveLog::shared() {
-    static const auto log =
-        std::make_shared<LiveLog>(Platform::process().mainQueue, Platform::process().clock);
-    return log;
+    return Platform::sharedInstance<LiveLog>([](const Platform& platform) {
+        return std::make_shared<LiveLog>(platform.mainQueue, platform.clock);
+    });
 }
 
 void LiveLog::add(const QString& message) {

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <variant>
 
 namespace velmorin {
 
@@ -27,33 +28,34 @@ void printLog(const LiveLog& log) {
 class VelmorinEntry {
 public:
     [[nodiscard]] static int main(int& argc, char** argv) {
-        QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName(QStringLiteral("velmorin"));
-        QString error;
-        std::optional<Platform> platform = makePlatform(error);
-        if (!platform) {
-            std::fprintf(stderr, "velmorin: %s\n", error.toUtf8().constData());
-            return 1;
+        auto made = makePlatform(argc, argv);
+        if (const auto* end = std::get_if<EarlyEnd>(&made)) {
+            if (!end->message.isEmpty()) {
+                std::fprintf(stderr, "velmorin: %s\n", end->message.toUtf8().constData());
+            }
+            return end->exitStatus;
         }
-        Platform::setProcess(*std::move(platform));
+        Platform::setProcess(std::get<Platform>(std::move(made)));
+        const std::shared_ptr<Application> application = Platform::process().application;
+        application->setActivationPolicy(ActivationPolicy::regular);
         if (qEnvironmentVariableIntValue("VELMORIN_PRINT_LOG") != 0) {
             printLog(*LiveLog::shared());
         }
-        delegateRetention = std::make_shared<AppDelegate>(
-            Platform::process(), VelmorinStore::shared(), LiveLog::shared());
-        Platform::process().mainQueue->async(
-            [] { delegateRetention->applicationDidFinishLaunching(); });
-        const int status = QCoreApplication::exec();
+        delegateRetention =
+            std::make_shared<AppDelegate>(Platform::process(), VelmorinStore::shared(),
+                                          LiveLog::shared(), LaunchWindowController::shared());
+        application->setDelegate(delegateRetention);
+        const int status = application->run();
         delegateRetention.reset();
         Platform::setProcess({});
         return status;
     }
 
 private:
-    static std::shared_ptr<AppDelegate> delegateRetention;
+    /// Like the process's platform never destroyed by the end of the process.
+    static inline auto& delegateRetention = *new std::shared_ptr<AppDelegate>();
 };
-
-std::shared_ptr<AppDelegate> VelmorinEntry::delegateRetention;
 
 } // namespace velmorin
 

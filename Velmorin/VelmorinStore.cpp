@@ -26,9 +26,9 @@ VelmorinStore::VelmorinStore(std::shared_ptr<UserDefaults> defaults)
 }
 
 std::shared_ptr<VelmorinStore> VelmorinStore::shared() {
-    static const auto store =
-        std::make_shared<VelmorinStore>(Platform::process().standardUserDefaults);
-    return store;
+    return Platform::sharedInstance<VelmorinStore>([](const Platform& platform) {
+        return std::make_shared<VelmorinStore>(platform.standardUserDefaults);
+    });
 }
 
 void VelmorinStore::recordConversion() {

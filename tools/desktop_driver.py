@@ -48,6 +48,11 @@ def xdotool(*arguments):
     return result.stdout.strip()
 
 
+def active_window():
+    """The title of the window with the keyboard focus."""
+    return xdotool("getactivewindow", "getwindowname")
+
+
 class X:
     """The few questions to the X server that xdotool does not ask."""
 
@@ -89,6 +94,8 @@ class Velmorin:
         self.reader.start()
         if wait:
             self.wait_for("Accessibility: ")
+        if wait and "DISPLAY" not in (environment or {}):
+            wait_until(lambda: active_window() == "Velmorin", "the window")
 
     def _read(self):
         for line in self.process.stdout:
@@ -198,9 +205,13 @@ class Application:
             stderr=subprocess.DEVNULL,
             start_new_session=True,
         )
-        wait_until(
-            lambda: title in xdotool("getactivewindow", "getwindowname"), f"the window {title}"
-        )
+        wait_until(lambda: title in active_window(), f"the window {title}")
+        self.window = xdotool("getactivewindow")
+
+    def activate(self):
+        """Gives the keyboard focus back to it."""
+        xdotool("windowactivate", self.window)
+        wait_until(lambda: xdotool("getactivewindow") == self.window, "the application's focus")
 
     def stop(self):
         os.killpg(self.process.pid, signal.SIGCONT)
@@ -254,7 +265,7 @@ class InaccessibleEditor(Application):
         self.expect(text)
 
     def is_changed(self):
-        return "*" in xdotool("getactivewindow", "getwindowname")
+        return "*" in active_window()
 
     def text(self):
         if self.is_changed():

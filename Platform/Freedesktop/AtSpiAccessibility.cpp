@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <chrono>
 
@@ -161,7 +163,9 @@ AXError AtSpiAccessibility::setAttributeValue(const AXUIElementRef& element,
 
 AXError AtSpiAccessibility::copyFocused(QVariant& value) {
     const std::optional<qint64> process = m_activeWindow->processId();
-    const std::shared_ptr<AtSpiElement> focused = process ? m_focus.find(*process) : nullptr;
+    // Our own windows answer from this very thread, so asking would only wait in vain.
+    const bool isForeign = process && *process != QCoreApplication::applicationPid();
+    const std::shared_ptr<AtSpiElement> focused = isForeign ? m_focus.find(*process) : nullptr;
     if (!focused) {
         return AXError::noValue;
     }

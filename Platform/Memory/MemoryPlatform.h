@@ -2,13 +2,16 @@
 #pragma once
 
 #include "Platform/Memory/MemoryAccessibility.h"
+#include "Platform/Memory/MemoryApplication.h"
 #include "Platform/Memory/MemoryClock.h"
 #include "Platform/Memory/MemoryHotKeys.h"
 #include "Platform/Memory/MemoryKeyEvents.h"
 #include "Platform/Memory/MemoryKeychain.h"
 #include "Platform/Memory/MemoryMainQueue.h"
 #include "Platform/Memory/MemoryPasteboard.h"
+#include "Platform/Memory/MemoryStatusBar.h"
 #include "Platform/Memory/MemoryUserDefaults.h"
+#include "Platform/Memory/MemoryWindows.h"
 #include "Platform/Platform.h"
 
 #include <memory>
@@ -17,6 +20,7 @@ namespace velmorin {
 
 /// A platform that lives in memory, and the handles by which a test moves it.
 struct MemoryPlatform {
+    std::shared_ptr<MemoryApplication> application = std::make_shared<MemoryApplication>();
     std::shared_ptr<MemoryMainQueue> mainQueue = std::make_shared<MemoryMainQueue>();
     std::shared_ptr<MemoryClock> clock = std::make_shared<MemoryClock>(mainQueue);
     std::shared_ptr<MemoryHotKeys> hotKeys = std::make_shared<MemoryHotKeys>();
@@ -27,9 +31,14 @@ struct MemoryPlatform {
         std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryUserDefaults> suiteUserDefaults = std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
+    std::shared_ptr<MemoryStatusBar> statusBar = std::make_shared<MemoryStatusBar>();
+    std::shared_ptr<MemorySymbolImages> symbolImages = std::make_shared<MemorySymbolImages>();
+    std::shared_ptr<MemoryWindows> windows = std::make_shared<MemoryWindows>();
+    std::shared_ptr<MemoryWorkspace> workspace = std::make_shared<MemoryWorkspace>();
 
     [[nodiscard]] Platform platform() const {
-        return {.mainQueue = mainQueue,
+        return {.application = application,
+                .mainQueue = mainQueue,
                 .clock = clock,
                 .hotKeys = hotKeys,
                 .accessibility = accessibility,
@@ -37,7 +46,11 @@ struct MemoryPlatform {
                 .keyEvents = keyEvents,
                 .standardUserDefaults = standardUserDefaults,
                 .userDefaultsSuite = [suite = suiteUserDefaults](const QString&) { return suite; },
-                .keychain = keychain};
+                .keychain = keychain,
+                .statusBar = statusBar,
+                .symbolImages = symbolImages,
+                .windows = windows,
+                .workspace = workspace};
     }
 };
 

@@ -10,6 +10,13 @@
 
 namespace velmorin {
 
+bool XcbConnection::canOpen() {
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool isOpen = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return isOpen;
+}
+
 std::shared_ptr<XcbConnection> XcbConnection::open() {
     int screenNumber = 0;
     xcb_connection_t* connection = xcb_connect(nullptr, &screenNumber);

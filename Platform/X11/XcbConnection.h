@@ -37,6 +37,8 @@ class XcbConnection : public QObject {
 public:
     using Handler = std::function<void(const xcb_generic_event_t&)>;
 
+    /// Whether there is a display of the name in `DISPLAY`.
+    [[nodiscard]] static bool canOpen();
     /// Connects to the display that `DISPLAY` names; null when there is none.
     [[nodiscard]] static std::shared_ptr<XcbConnection> open();
     ~XcbConnection() override;

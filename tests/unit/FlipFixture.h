@@ -40,8 +40,9 @@ struct FlipFixture {
     std::shared_ptr<VelmorinStore> store =
         std::make_shared<VelmorinStore>(platform.standardUserDefaults);
     std::shared_ptr<LiveLog> log = std::make_shared<LiveLog>(platform.mainQueue, platform.clock);
-    std::shared_ptr<AppDelegate> delegate =
-        std::make_shared<AppDelegate>(platform.platform(), store, log);
+    std::shared_ptr<AppDelegate> delegate = std::make_shared<AppDelegate>(
+        platform.platform(), store, log,
+        std::make_shared<LaunchWindowController>(platform.platform()));
 
     QString field;           ///< What the text field shows.
     bool fieldCopies = true; ///< Off for an application that does not answer Command-C.

@@ -2,6 +2,7 @@
 #include "Platform/Memory/MemoryUserDefaults.h"
 #include "SharedCore/AppPreferences.h"
 #include "SharedCore/UsageStats.h"
+#include "SharedUI/SharedAppSettingsFormView.h"
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,30 @@ public:
 private:
     mutable int m_second = 0;
 };
+
+TEST_F(SettingsRecords, theFormSavesWholeAndOnceForEachChange) {
+    SharedAppSettingsFormView form(storage);
+    EXPECT_EQ(form.theme(), QStringLiteral("system"));
+    EXPECT_TRUE(defaults->journal().isEmpty()) << "showing the form stores nothing";
+
+    form.setLaunchAtLogin(true);
+    form.setLaunchAtLogin(false);
+    EXPECT_EQ(defaults->journal().size(), 2);
+    form.setShowMenuBarIcon(false);
+    form.setTheme(QStringLiteral("dark"));
+    form.setTheme(QStringLiteral("no theme"));
+    form.setReduceMotion(true);
+    form.setReduceTransparency(true);
+    EXPECT_EQ(defaults->journal().size(), 6);
+
+    AppPreferences expected;
+    expected.showMenuBarIcon = false;
+    expected.theme = Theme::dark;
+    expected.reduceMotion = true;
+    expected.reduceTransparency = true;
+    EXPECT_EQ(AppPreferences::load(storage), expected);
+    EXPECT_EQ(SharedAppSettingsFormView(storage).theme(), QStringLiteral("dark"));
+}
 
 TEST_F(SettingsRecords, usageCountsLaunches) {
     const TickingClock clock;

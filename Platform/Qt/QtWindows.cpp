@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/Qt/QtWindows.h"
+
+#include "Platform/Qt/SvgSymbolImages.h"
+#include "Platform/Qt/WindowPlacement.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QQmlComponent>
+#include <QQuickImageProvider>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QScreen>
+
+#include <chrono>
+#include <utility>
+
+namespace velmorin {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// A drag changes the frame some hundred times a second; this often it is stored.
+constexpr auto kSaveInterval = 100ms;
+
+/// Draws "image://symbol/<name>/<aarrggbb>".
+class SymbolProvider : public QQuickImageProvider {
+public:
+    SymbolProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+    QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override {
+        const QImage image = SvgSymbolImages::render(id.section(u'/', 0, 0), requestedSize,
+                                                     QColor(u'#' + id.section(u'/', 1, 1)));
+        *size = image.size();
+        return image;
+    }
+};
+
+QList<QRect> screenAreas() {
+    QList<QRect> areas;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        areas << screen->availableGeometry();
+    }
+    return areas;
+}
+
+class QuickWindow : public QObject, public Window {
+public:
+    QuickWindow(const QSize& contentSize, std::shared_ptr<QQmlEngine> engine,
+                std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<UserDefaults> defaults)
+        : m_engine(std::move(engine)), m_mainQueue(std::move(mainQueue)),
+          m_defaults(std::move(defaults)), m_window(std::make_unique<QQuickWindow>()) {
+        m_window->resize(contentSize);
+        m_window->installEventFilter(this);
+        for (const auto change : {&QWindow::xChanged, &QWindow::yChanged, &QWindow::widthChanged,
+                                  &QWindow::heightChanged}) {
+            connect(m_window.get(), change, this, &QuickWindow::saveFrameLater);
+        }
+        connect(m_window.get(), &QWindow::widthChanged, this, &QuickWindow::fill);
+        connect(m_window.get(), &QWindow::heightChanged, this, &QuickWindow::fill);
+        connect(qApp, &QCoreApplication::aboutToQuit, this, &QuickWindow::takeDown);
+    }
+
+    ~QuickWindow() override { takeDown(); }
+
+    void setTitle(const QString& title) override { m_window->setTitle(title); }
+
+    void setContentView(const View& view) override {
+        QQmlComponent component(m_engine.get(), view.source);
+        if (!component.isReady()) {
+            qFatal("%s", qUtf8Printable(component.errorString()));
+        }
+        m_content.reset(
+            qobject_cast<QQuickItem*>(component.createWithInitialProperties(view.properties)));
+        m_content->setParentItem(m_window->contentItem());
+        fill();
+    }
+
+    void setMinSize(const QSize& size) override { m_window->setMinimumSize(size); }
+
+    void center() override {
+        const QRect area = m_window->screen()->availableGeometry();
+        m_window->setPosition(area.center() - QRect({}, m_window->size()).center());
+    }
+
+    void setFrameAutosaveName(const QString& name) override {
+        m_autosaveName = name;
+        const std::optional<QString> stored = m_defaults->string(name);
+        const std::optional<QRect> frame = stored ? frameFromString(*stored) : std::nullopt;
+        if (frame) {
+            place(*frame);
+        }
+    }
+
+    void setDelegate(WindowDelegate* delegate) override { m_delegate = delegate; }
+
+    void makeKeyAndOrderFront() override {
+        if (!m_window) {
+            return;
+        }
+        if (!m_window->isVisible() && m_frame) {
+            place(*m_frame); // the screens may be others by now
+        }
+        if (m_window->windowStates().testFlag(Qt::WindowMinimized)) {
+            m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
+        }
+        m_window->show();
+        m_window->raise();
+        m_window->requestActivate();
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Close) {
+            saveFrame(); // while the window still has its frame
+            if (m_delegate != nullptr) {
+                m_delegate->windowWillClose();
+            }
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void fill() {
+        if (m_content) {
+            m_content->setSize(m_window->size());
+        }
+    }
+
+    void place(const QRect& frame) {
+        const QRect enough(frame.topLeft(), frame.size().expandedTo(m_window->minimumSize()));
+        m_frame = reachableFrame(enough, screenAreas());
+        m_window->resize(m_frame->size());
+        m_window->setFramePosition(m_frame->topLeft());
+    }
+
+    void saveFrameLater() {
+        if (std::exchange(m_isSavePending, true)) {
+            return;
+        }
+        m_mainQueue->asyncAfter(kSaveInterval, [self = QPointer(this)] {
+            if (self) {
+                self->m_isSavePending = false;
+                self->saveFrame();
+            }
+        });
+    }
+
+    void saveFrame() {
+        if (!m_window || !m_window->isVisible() || m_autosaveName.isEmpty() ||
+            m_window->windowState() != Qt::WindowNoState) {
+            return;
+        }
+        const QRect frame(m_window->framePosition(), m_window->size());
+        if (m_frame != frame) {
+            m_frame = frame;
+            m_defaults->set(m_autosaveName, frameToString(frame));
+        }
+    }
+
+    void takeDown() {
+        saveFrame();
+        m_content.reset();
+        m_window.reset();
+    }
+
+    std::shared_ptr<QQmlEngine> m_engine;
+    std::shared_ptr<MainQueue> m_mainQueue;
+    std::shared_ptr<UserDefaults> m_defaults;
+    std::unique_ptr<QQuickWindow> m_window;
+    std::unique_ptr<QQuickItem> m_content;
+    WindowDelegate* m_delegate = nullptr;
+    QString m_autosaveName;
+    std::optional<QRect> m_frame; ///< As it was stored last, or is to be.
+    bool m_isSavePending = false;
+};
+
+} // namespace
+
+QtWindows::QtWindows(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<UserDefaults> defaults)
+    : m_mainQueue(std::move(mainQueue)), m_defaults(std::move(defaults)) {
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
+QtWindows::~QtWindows() = default;
+
+std::shared_ptr<Window> QtWindows::window(const QSize& contentSize) {
+    if (!m_engine) {
+        m_engine = std::make_shared<QQmlEngine>();
+        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        m_engine->addImageProvider(QStringLiteral("symbol"), new SymbolProvider);
+    }
+    return std::make_shared<QuickWindow>(contentSize, m_engine, m_mainQueue, m_defaults);
+}
+
+} // namespace velmorin

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Platform/MainQueue.h"
+#include "Platform/UserDefaults.h"
+#include "Platform/Windows.h"
+
+#include <QQmlEngine>
+
+#include <memory>
+
+namespace velmorin {
+
+/// Qt Quick windows, drawn by the software renderer. Must not outlive the QApplication; windows
+/// that are left when its event loop ends are taken down then.
+class QtWindows : public Windows {
+public:
+    QtWindows(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<UserDefaults> defaults);
+    ~QtWindows() override;
+
+    [[nodiscard]] std::shared_ptr<Window> window(const QSize& contentSize) override;
+
+private:
+    std::shared_ptr<MainQueue> m_mainQueue;
+    std::shared_ptr<UserDefaults> m_defaults;
+    std::shared_ptr<QQmlEngine> m_engine;
+};
+
+} // namespace velmorin

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "tests/unit/FlipFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace velmorin {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr char kFlipSymbol[] = "arrow.left.arrow.right.circle.fill";
+constexpr char kDoneSymbol[] = "checkmark.circle.fill";
+
+struct StartUp : testing::Test {
+    StartUp() { Platform::setProcess(f.platform.platform()); }
+    ~StartUp() override { Platform::setProcess({}); }
+
+    [[nodiscard]] MemoryStatusBar::Button& button() const {
+        return f.platform.statusBar->items.at(0)->theButton;
+    }
+    [[nodiscard]] MemoryWindows::Shown& window() const { return *f.platform.windows->made.at(0); }
+
+    FlipFixture f;
+};
+
+struct FlashCase {
+    const char* name;
+    std::chrono::milliseconds secondFlash;
+    const char* shownAtTheEnd;
+};
+
+TEST_F(StartUp, LaunchLogsItsStepsInOrder) {
+    f.delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(f.messages(),
+              (Messages{"Velmorin launched", "Registering global hotkey ⌥Space via Carbon…",
+                        "Global hotkey ⌥Space registered — works in ALL apps, NO permissions "
+                        "needed!",
+                        "Accessibility: GRANTED"}));
+    EXPECT_FALSE(f.platform.accessibility->journal().contains(QStringLiteral("prompt")));
+}
+
+TEST_F(StartUp, WithoutPermissionTheUserIsAskedOnce) {
+    f.platform.accessibility->trusted = false;
+    f.delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(f.lastMessage(),
+              "Accessibility: not yet granted (needed for ⌘A/⌘C/⌘V in other apps)");
+    EXPECT_EQ(f.platform.accessibility->journal().count(QStringLiteral("prompt")), 1);
+}
+
+TEST_F(StartUp, TheWindowOpensWithTheMainViewInItsContainer) {
+    f.delegate->applicationDidFinishLaunching();
+    ASSERT_EQ(f.platform.windows->made.size(), 1U);
+    EXPECT_EQ(window().contentSize, QSize(480, 680));
+    EXPECT_EQ(window().title, QStringLiteral("Velmorin"));
+    EXPECT_EQ(window().view.source.fileName(), QStringLiteral("AppLaunchContainer.qml"));
+    const QVariantMap& properties = window().view.properties;
+    EXPECT_EQ(properties[QStringLiteral("appTitle")], QStringLiteral("Velmorin"));
+    EXPECT_EQ(properties[QStringLiteral("mainContent")].value<View>().source.fileName(),
+              QStringLiteral("VelmorinMainView.qml"));
+    EXPECT_EQ(properties[QStringLiteral("settingsExtra")].value<View>(), View());
+}
+
+TEST_F(StartUp, ClosingTheWindowKeepsTheApplicationAndTheIconBringsItBack) {
+    f.delegate->applicationDidFinishLaunching();
+    window().close();
+    EXPECT_FALSE(f.delegate->applicationShouldTerminateAfterLastWindowClosed());
+    const int activations = f.platform.application->activations;
+    button().action();
+    EXPECT_TRUE(window().isVisible);
+    EXPECT_GT(f.platform.application->activations, activations);
+    EXPECT_EQ(f.platform.windows->made.size(), 1U);
+}
+
+TEST_F(StartUp, AReopenShowsTheWindowOnlyWhenNoneIsVisible) {
+    f.delegate->applicationDidFinishLaunching();
+    const QStringList before = window().journal;
+    EXPECT_TRUE(f.delegate->applicationShouldHandleReopen(true));
+    EXPECT_EQ(window().journal, before);
+    window().close();
+    EXPECT_TRUE(f.delegate->applicationShouldHandleReopen(false));
+    EXPECT_TRUE(window().isVisible);
+}
+
+TEST_F(StartUp, TheIconIsATemplateWithADescription) {
+    f.delegate->setupMenuBar();
+    EXPECT_EQ(f.platform.statusBar->items.at(0)->length, -1);
+    EXPECT_EQ(button().shown->symbolName(), QString::fromLatin1(kFlipSymbol));
+    EXPECT_EQ(button().shown->accessibilityDescription(), QStringLiteral("Velmorin"));
+    EXPECT_TRUE(button().shown->isTemplate());
+}
+
+TEST_F(StartUp, AStatusBarWithoutButtonsOrSymbolsIsPutUpWith) {
+    f.platform.statusBar->hasButtons = false;
+    f.delegate->setupMenuBar();
+    f.delegate->flashIcon();
+    f.platform.statusBar->hasButtons = true;
+    f.platform.statusBar->items.clear();
+    f.platform.symbolImages->missing = QString::fromLatin1(kFlipSymbol);
+    f.delegate->setupMenuBar();
+    EXPECT_EQ(button().shown, nullptr);
+    // A flash has nothing to go back to but no image.
+    f.delegate->flashIcon();
+    EXPECT_NE(button().shown, nullptr);
+    f.platform.mainQueue->advance(1s);
+    EXPECT_EQ(button().shown, nullptr);
+}
+
+TEST_F(StartUp, AFlipFlashesTheIconForASecondAndARefusedOneDoesNot) {
+    f.delegate->setupMenuBar();
+    f.delegate->performFlip(); // finds nothing to convert
+    EXPECT_EQ(button().shown->symbolName(), QString::fromLatin1(kDoneSymbol));
+    EXPECT_EQ(button().shown->accessibilityDescription(), QStringLiteral("Done"));
+    EXPECT_TRUE(button().shown->isTemplate());
+    const ImageRef flash = button().shown;
+    f.delegate->performFlip();
+    EXPECT_EQ(button().shown, flash) << "a refused flip changes nothing";
+    f.platform.mainQueue->advance(999ms);
+    EXPECT_EQ(button().shown, flash);
+    f.platform.mainQueue->advance(1ms);
+    EXPECT_EQ(button().shown->symbolName(), QString::fromLatin1(kFlipSymbol));
+    EXPECT_TRUE(button().shown->isTemplate());
+}
+
+TEST_F(StartUp, OfFlashesThatOverlapTheCheckmarkStays) {
+    const FlashCase cases[] = {{"overlapping", 500ms, kDoneSymbol}, {"apart", 1s, kFlipSymbol}};
+    for (const FlashCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        f.platform.statusBar->items.clear();
+        f.delegate->setupMenuBar();
+        f.delegate->flashIcon();
+        f.platform.mainQueue->advance(c.secondFlash);
+        f.delegate->flashIcon();
+        f.platform.mainQueue->runUntilIdle();
+        EXPECT_EQ(button().shown->symbolName(), QString::fromLatin1(c.shownAtTheEnd));
+    }
+}
+
+TEST_F(StartUp, AFlashOutlivesTheDelegate) {
+    f.delegate->setupMenuBar();
+    f.delegate->flashIcon();
+    f.delegate.reset();
+    f.platform.mainQueue->advance(1s);
+    EXPECT_EQ(button().shown->symbolName(), QString::fromLatin1(kFlipSymbol));
+}
+
+} // namespace
+} // namespace velmorin
