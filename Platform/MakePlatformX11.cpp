@@ -6,6 +6,7 @@
 #include "Platform/Freedesktop/SecretServiceKeychain.h"
 #include "Platform/Freedesktop/SingleInstance.h"
 #include "Platform/Freedesktop/SqliteUserDefaults.h"
+#include "Platform/Freedesktop/StatusNotifierWatch.h"
 #include "Platform/MakePlatform.h"
 #include "Platform/Qt/QtApplication.h"
 #include "Platform/Qt/QtMainQueue.h"
@@ -16,6 +17,7 @@
 #include "Platform/X11/XcbActiveWindow.h"
 #include "Platform/X11/XcbHotKeys.h"
 #include "Platform/X11/XcbPasteboard.h"
+#include "Platform/X11/XcbTrayWatch.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -79,7 +81,8 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         return std::make_shared<SqliteUserDefaults>(SqliteUserDefaults::domainPath(suite));
     };
     platform.keychain = std::make_shared<SecretServiceKeychain>();
-    platform.statusBar = std::make_shared<QtStatusBar>();
+    platform.statusBar = std::make_shared<QtStatusBar>(std::vector<std::shared_ptr<TrayWatch>>{
+        std::make_shared<StatusNotifierWatch>(), std::make_shared<XcbTrayWatch>(connection)});
     platform.symbolImages = std::make_shared<SvgSymbolImages>();
     platform.windows =
         std::make_shared<QtWindows>(platform.mainQueue, platform.standardUserDefaults);

@@ -71,10 +71,12 @@ Rectangle {
             height: parent.height - y - 9
 
             VerticalScroll {
+                id: controlTab
                 anchors.fill: parent
                 visible: tabs.currentIndex === 0
 
                 Hosted {
+                    height: Math.max(implicitHeight, controlTab.height)
                     view: container.mainContent
                 }
             }

@@ -32,8 +32,9 @@ T.Button {
         border.color: Style.controlStroke
     }
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Accessible.onPressAction: clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     FocusRing {
         visible: button.visualFocus

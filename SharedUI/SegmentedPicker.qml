@@ -24,8 +24,9 @@ Rectangle {
 
     function choose(index: int) {
         if (index >= 0 && index < labels.length && index !== current) {
+            // Before the choice, which takes the old segment out of the tab order.
+            (segments.itemAt(index) as Item).forceActiveFocus(Qt.TabFocusReason);
             chosen(index);
-            (segments.itemAt(current) as Item).forceActiveFocus(Qt.TabFocusReason);
         }
     }
 

@@ -20,12 +20,12 @@ Column {
     SwitchRow {
         text: qsTr("Launch at login")
         checked: prefs.launchAtLogin
-        onToggled: prefs.launchAtLogin = checked
+        onSwitched: on => prefs.launchAtLogin = on
     }
     SwitchRow {
         text: qsTr("Show menu bar icon")
         checked: prefs.showMenuBarIcon
-        onToggled: prefs.showMenuBarIcon = checked
+        onSwitched: on => prefs.showMenuBarIcon = on
     }
     Rectangle {
         width: form.width
@@ -56,11 +56,11 @@ Column {
     SwitchRow {
         text: qsTr("Reduce motion")
         checked: prefs.reduceMotion
-        onToggled: prefs.reduceMotion = checked
+        onSwitched: on => prefs.reduceMotion = on
     }
     SwitchRow {
         text: qsTr("Reduce transparency")
         checked: prefs.reduceTransparency
-        onToggled: prefs.reduceTransparency = checked
+        onSwitched: on => prefs.reduceTransparency = on
     }
 }

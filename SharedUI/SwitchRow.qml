@@ -6,6 +6,9 @@ import QtQuick.Templates as T
 T.Switch {
     id: control
 
+    /// The user switched it.
+    signal switched(bool on)
+
     implicitWidth: indicator.width + spacing + implicitContentWidth
     implicitHeight: Math.max(indicator.height, implicitContentHeight)
     spacing: 8
@@ -16,9 +19,17 @@ T.Switch {
     Accessible.name: text
     Accessible.checkable: true
     Accessible.checked: checked
+    Accessible.onPressAction: flip()
+    Accessible.onToggleAction: flip()
 
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    onToggled: switched(checked)
+    Keys.onReturnPressed: flip()
+    Keys.onEnterPressed: flip()
+
+    function flip() {
+        toggle();
+        switched(checked);
+    }
 
     indicator: Rectangle {
         width: 32

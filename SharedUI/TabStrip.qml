@@ -21,8 +21,9 @@ Rectangle {
 
     function choose(index: int) {
         if (index >= 0 && index < labels.length && index !== currentIndex) {
-            currentIndex = index;
+            // Before the change, which takes the old tab out of the tab order.
             (buttons.itemAt(index) as Item).forceActiveFocus(Qt.TabFocusReason);
+            currentIndex = index;
         }
     }
 

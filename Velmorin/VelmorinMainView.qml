@@ -10,9 +10,15 @@ VerticalScroll {
     required property MainViewModel main
 
     Rectangle {
-        width: view.width
-        height: Math.max(sections.height + 32, view.height)
+        parent: view
+        anchors.fill: parent
+        z: -1
         color: Style.windowBackground
+    }
+
+    Item {
+        width: view.width
+        height: sections.height + 32
 
         Column {
             id: sections

@@ -13,9 +13,9 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, GLib  # noqa: E402
+from gi.repository import Atspi, Gio, GLib  # noqa: E402
 
-LIMIT = 60  # seconds; generous, for slow machines
+LIMIT = float(os.environ.get("VELMORIN_TEST_LIMIT", "60"))  # seconds; generous, for slow machines
 
 LATIN = "`qwertyuiop[]asdfghjkl;'zxcvbnm,./1234567890"
 ARABIC = "ذضصثقفغعهخحجدشسيبلانمكط'ءئؤرىةوزظ؟١٢٣٤٥٦٧٨٩٠"
@@ -73,6 +73,32 @@ class X:
         """Makes the keyboard's n-th layout the active one."""
         display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
         cls.lib.XkbLockGroup(display, 0x100, group)
+        cls.lib.XSync(display, 0)
+        cls.lib.XCloseDisplay(display)
+
+
+    class ClientMessage(ctypes.Structure):
+        _fields_ = [
+            ("type", ctypes.c_int),
+            ("serial", ctypes.c_ulong),
+            ("send_event", ctypes.c_int),
+            ("display", ctypes.c_void_p),
+            ("window", ctypes.c_ulong),
+            ("message_type", ctypes.c_ulong),
+            ("format", ctypes.c_int),
+            ("data", ctypes.c_long * 5),
+            ("padding", ctypes.c_long * 24),  # to the size of an XEvent
+        ]
+
+    @classmethod
+    def close(cls, window):
+        """Asks the window manager to close a window, as its close button does."""
+        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
+        name = cls.lib.XInternAtom(display, b"_NET_CLOSE_WINDOW", 0)
+        message = cls.ClientMessage(type=33, window=int(window), message_type=name, format=32)
+        root = cls.lib.XDefaultRootWindow(display)
+        redirect = 1 << 20 | 1 << 19  # SubstructureRedirectMask, SubstructureNotifyMask
+        cls.lib.XSendEvent(display, root, 0, redirect, ctypes.byref(message))
         cls.lib.XSync(display, 0)
         cls.lib.XCloseDisplay(display)
 
@@ -147,6 +173,49 @@ class Velmorin:
     def ready_again(self):
         """Waits until the next flip would be accepted: 0.3 s after the last one ended."""
         time.sleep(0.35)
+
+    def elements(self, role=None):
+        """What is on the accessibility bus of the program's window, depth first."""
+
+        def walk(element):
+            if element is None:
+                return
+            if role in (None, element.get_role_name()):
+                yield element
+            for index in range(element.get_child_count()):
+                yield from walk(element.get_child_at_index(index))
+
+        desktop = Atspi.get_desktop(0)
+        for index in range(desktop.get_child_count()):
+            application = desktop.get_child_at_index(index)
+            if application and application.get_process_id() == self.process.pid:
+                application.clear_cache()
+                yield from walk(application)
+
+    def element(self, role, name):
+        """The first one of that role and name."""
+
+        def found():
+            return next((e for e in self.elements(role) if e.get_name() == name), None)
+
+        return wait_until(found, f"the {role} {name!r} on the accessibility bus")
+
+    def press(self, role, name):
+        """Does an element's "Press" action."""
+        element = self.element(role, name)
+        actions = [
+            Atspi.Action.get_action_name(element, index)
+            for index in range(Atspi.Action.get_n_actions(element))
+        ]
+        Atspi.Action.do_action(element, actions.index("Press"))
+
+    def focused(self):
+        """Role and name of the element with the keyboard focus, or None."""
+        found = None
+        for element in self.elements():
+            if element.get_state_set().contains(Atspi.StateType.FOCUSED):
+                found = (element.get_role_name(), element.get_name())  # the innermost
+        return found
 
     def stop(self):
         """Ends the program at once, as a crash would, and gives what it said on standard error."""
@@ -327,6 +396,91 @@ class Clipboard:
             stderr=subprocess.DEVNULL,
         )
         return result.stdout.decode() if result.returncode == 0 else None
+
+
+class StatusNotifierHost:
+    """What a desktop's panel is to status icons: org.kde.StatusNotifierWatcher and a host."""
+
+    INTERFACE = """<node><interface name="org.kde.StatusNotifierWatcher">
+        <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
+        <method name="RegisterStatusNotifierHost"><arg type="s" direction="in"/></method>
+        <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+        <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+        <property name="ProtocolVersion" type="i" access="read"/>
+        <signal name="StatusNotifierHostRegistered"/>
+        </interface></node>"""
+    NAME = "org.kde.StatusNotifierWatcher"
+
+    def __init__(self):
+        self.items = []
+        self.context = GLib.MainContext()
+        self.loop = GLib.MainLoop(self.context)
+        self.thread = threading.Thread(target=self._run, daemon=True)
+        self.ready = threading.Event()
+        self.thread.start()
+        self.ready.wait(LIMIT)
+
+    def _run(self):
+        self.context.push_thread_default()
+        self.bus = Gio.DBusConnection.new_for_address_sync(
+            os.environ["DBUS_SESSION_BUS_ADDRESS"],
+            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION,
+            None,
+            None,
+        )
+        interface = Gio.DBusNodeInfo.new_for_xml(self.INTERFACE).interfaces[0]
+        self.bus.register_object(
+            "/StatusNotifierWatcher", interface, self._called, self._get, None
+        )
+        self._call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                   "RequestName", GLib.Variant("(su)", (self.NAME, 0)))  # fmt: skip
+        self.ready.set()
+        self.loop.run()
+
+    def _called(self, _bus, sender, _path, _interface, method, arguments, invocation):
+        if method == "RegisterStatusNotifierItem":
+            service = arguments[0]
+            self.items.append(sender if service.startswith("/") else service)
+        invocation.return_value(None)
+
+    def _get(self, _bus, _sender, _path, _interface, name):
+        return {
+            "RegisteredStatusNotifierItems": GLib.Variant("as", self.items),
+            "IsStatusNotifierHostRegistered": GLib.Variant("b", True),
+            "ProtocolVersion": GLib.Variant("i", 0),
+        }[name]
+
+    def _call(self, name, path, interface, method, arguments):
+        return self.bus.call_sync(
+            name, path, interface, method, arguments, None, Gio.DBusCallFlags.NONE, 10000, None
+        )
+
+    def _property(self, item, name):
+        arguments = GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", name))
+        return self._call(
+            item, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get", arguments
+        ).unpack()[0]
+
+    def item(self):
+        """The bus name of the icon that has registered itself, or None."""
+        return self.items[-1] if self.items else None
+
+    def title(self, item):
+        return self._property(item, "ToolTip")[2]
+
+    def picture(self, item):
+        return self._property(item, "IconPixmap")
+
+    def activate(self, item):
+        """A click on the icon."""
+        self._call(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate",
+                   GLib.Variant("(ii)", (0, 0)))  # fmt: skip
+
+    def stop(self):
+        self.loop.quit()
+        self.thread.join()
+        self.bus.close_sync(None)
 
 
 def fail(message):

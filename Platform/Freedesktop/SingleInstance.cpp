@@ -96,7 +96,10 @@ bool SingleInstance::handleMessage(const QDBusMessage& message, const QDBusConne
                            (member == QStringLiteral("Open") && signature == u"asa{sv}") ||
                            (member == QStringLiteral("ActivateAction") && signature == u"sava{sv}");
     if (!isRequest) {
-        return false; // the library answers with an error
+        connection.send(message.createErrorReply(
+            QDBusError::UnknownMethod,
+            QStringLiteral("No method %1 with signature \"%2\"").arg(member, signature)));
+        return true;
     }
     if (message.isReplyRequired()) {
         connection.send(message.createReply());

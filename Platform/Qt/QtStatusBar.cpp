@@ -7,7 +7,10 @@
 #include <QGuiApplication>
 #include <QPalette>
 #include <QPixmap>
+#include <QPointer>
 #include <QSystemTrayIcon>
+
+#include <algorithm>
 
 namespace velmorin {
 
@@ -18,16 +21,18 @@ constexpr int kSizes[] = {16, 22, 24, 32, 44, 48, 64};
 /// An icon with its image; templates follow the palette's text colour.
 class TrayButton : public QObject, public StatusBarButton {
 public:
-    TrayButton() {
-        connect(&m_icon, &QSystemTrayIcon::activated, this,
-                [this](QSystemTrayIcon::ActivationReason reason) {
-                    const bool click = reason == QSystemTrayIcon::Trigger ||
-                                       reason == QSystemTrayIcon::DoubleClick;
-                    if (click && m_action) {
-                        m_action();
-                    }
-                });
+    explicit TrayButton(const std::vector<std::shared_ptr<TrayWatch>>& trays) {
         qApp->installEventFilter(this);
+        for (const auto& tray : trays) {
+            tray->onAppear([self = QPointer(this)] {
+                if (self) {
+                    self->appear();
+                }
+            });
+        }
+        if (std::ranges::any_of(trays, &TrayWatch::isThere)) {
+            appear();
+        }
     }
 
     [[nodiscard]] ImageRef image() const override { return m_image; }
@@ -53,9 +58,27 @@ public:
     }
 
 private:
+    void appear() {
+        if (m_icon) {
+            return; // Qt finds a tray that is there again by itself
+        }
+        m_icon = std::make_unique<QSystemTrayIcon>();
+        connect(m_icon.get(), &QSystemTrayIcon::activated, this,
+                [this](QSystemTrayIcon::ActivationReason reason) {
+                    const bool click = reason == QSystemTrayIcon::Trigger ||
+                                       reason == QSystemTrayIcon::DoubleClick;
+                    if (click && m_action) {
+                        m_action();
+                    }
+                });
+        draw();
+    }
+
     void draw() {
-        if (!m_image) {
-            m_icon.hide();
+        if (!m_icon || !m_image) {
+            if (m_icon) {
+                m_icon->hide();
+            }
             return;
         }
         const QColor tint = m_image->isTemplate()
@@ -66,18 +89,20 @@ private:
             icon.addPixmap(QPixmap::fromImage(
                 SvgSymbolImages::render(m_image->symbolName(), {size, size}, tint)));
         }
-        m_icon.setIcon(icon);
-        m_icon.setToolTip(m_image->accessibilityDescription());
-        m_icon.show();
+        m_icon->setIcon(icon);
+        m_icon->setToolTip(m_image->accessibilityDescription());
+        m_icon->show();
     }
 
-    QSystemTrayIcon m_icon;
+    std::unique_ptr<QSystemTrayIcon> m_icon; ///< Null until there is a tray.
     ImageRef m_image;
     std::function<void()> m_action;
 };
 
 class TrayItem : public StatusItem {
 public:
+    explicit TrayItem(const std::vector<std::shared_ptr<TrayWatch>>& trays) : m_button(trays) {}
+
     [[nodiscard]] StatusBarButton* button() override { return &m_button; }
 
 private:
@@ -86,8 +111,11 @@ private:
 
 } // namespace
 
+QtStatusBar::QtStatusBar(std::vector<std::shared_ptr<TrayWatch>> trays)
+    : m_trays(std::move(trays)) {}
+
 std::shared_ptr<StatusItem> QtStatusBar::statusItem(double /*length*/) {
-    return std::make_shared<TrayItem>();
+    return std::make_shared<TrayItem>(m_trays);
 }
 
 } // namespace velmorin

@@ -28,11 +28,13 @@ std::shared_ptr<XcbConnection> XcbConnection::open() {
     for (int i = 0; i < screenNumber && screens.rem > 1; ++i) {
         xcb_screen_next(&screens);
     }
-    return std::shared_ptr<XcbConnection>(new XcbConnection(connection, screens.data));
+    return std::shared_ptr<XcbConnection>(
+        new XcbConnection(connection, screens.data, screenNumber));
 }
 
-XcbConnection::XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen)
-    : m_connection(connection), m_screen(screen), m_window(xcb_generate_id(connection)),
+XcbConnection::XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen, int screenNumber)
+    : m_connection(connection), m_screen(screen), m_screenNumber(screenNumber),
+      m_window(xcb_generate_id(connection)),
       m_notifier(xcb_get_file_descriptor(connection), QSocketNotifier::Read) {
     const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, m_window, screen->root, -1, -1, 1, 1, 0,

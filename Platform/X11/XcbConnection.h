@@ -45,6 +45,8 @@ public:
 
     [[nodiscard]] xcb_connection_t* get() const { return m_connection; }
     [[nodiscard]] xcb_window_t root() const { return m_screen->root; }
+    /// The number of the root's screen.
+    [[nodiscard]] int screenNumber() const { return m_screenNumber; }
     /// A window of ours that is never shown. Its property changes are reported.
     [[nodiscard]] xcb_window_t window() const { return m_window; }
 
@@ -87,13 +89,14 @@ Q_SIGNALS:
     void lost();
 
 private:
-    XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen);
+    XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen, int screenNumber);
 
     void readArrived();
     void dispatch();
 
     xcb_connection_t* m_connection;
     xcb_screen_t* m_screen;
+    int m_screenNumber;
     xcb_window_t m_window;
     QSocketNotifier m_notifier;
     std::vector<std::weak_ptr<const Handler>> m_handlers;

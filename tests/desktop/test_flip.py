@@ -5,19 +5,15 @@ text became is read from the editor itself."""
 import os
 import signal
 import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
-sys.dont_write_bytecode = True
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
-from desktop_driver import (  # noqa: E402
+from desktop_test import DesktopTest
+from desktop_driver import (
     AccessibleEditor,
     Clipboard,
     InaccessibleEditor,
     Qt6Field,
-    Velmorin,
     X,
     active_window,
     to_arabic,
@@ -25,45 +21,13 @@ from desktop_driver import (  # noqa: E402
     xdotool,
 )
 
-PROGRAM = os.environ["VELMORIN_PROGRAM"]
 START = ["⌥Space pressed!", "── FLIP START ──", "Trying AX direct text access…"]
 FALLBACK = "AX unavailable, using clipboard method…"
 DIRECT = "FLIP DONE (AX)"
 PASTED = "FLIP DONE (clipboard)"
 
 
-class DesktopTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-        self.velmorin = self.start_velmorin()
-        X.lock_group(0)
-
-    def start_velmorin(self, **options):
-        # Each test begins with a fresh installation.
-        environment = {"XDG_CONFIG_HOME": os.path.join(self.folder, "config")}
-        environment.update(options.pop("environment", {}))
-        velmorin = Velmorin(PROGRAM, environment=environment, **options)
-        self.addCleanup(velmorin.stop)
-        return velmorin
-
-    def start_another(self, **environment):
-        """One that does not know of the first: without a session bus."""
-        bus = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
-        return self.start_velmorin(environment={**bus, **environment})
-
-    def tearDown(self):
-        self.assertEqual(X.held_keys(), [], "no key is left down")
-
-    def start(self, kind, text=""):
-        if kind is Qt6Field:
-            application = Qt6Field(text)
-        else:
-            application = kind(os.path.join(self.folder, f"{kind.__name__}.txt"), text)
-        self.addCleanup(application.stop)
-        return application
-
+class FlipTest(DesktopTest):
     def own_clipboard(self, text):
         owner = Clipboard.set(text)
         self.addCleanup(owner.wait)
@@ -71,7 +35,7 @@ class DesktopTest(unittest.TestCase):
         return owner
 
 
-class DirectPath(DesktopTest):
+class DirectPath(FlipTest):
     def check(self, application):
         application.type("hgsghk")
         application.expect("hgsghk")
@@ -127,7 +91,7 @@ class DirectPath(DesktopTest):
         editor.expect("123")
 
 
-class ClipboardPath(DesktopTest):
+class ClipboardPath(FlipTest):
     def test_whole_field_and_back(self):
         self.own_clipboard("before")
         editor = self.start(InaccessibleEditor, "hgsghk")
@@ -202,7 +166,7 @@ class ClipboardPath(DesktopTest):
         editor.expect(to_arabic(text))
 
 
-class Faults(DesktopTest):
+class Faults(FlipTest):
     def test_a_stopped_application_costs_nothing(self):
         self.own_clipboard("before")
         editor = self.start(AccessibleEditor, "hgsghk")
@@ -250,9 +214,8 @@ class Faults(DesktopTest):
         for line in self.velmorin.lines:
             self.assertNotIn("hgsghk", line)
             self.assertNotIn(secret, line)
-        configuration = os.path.join(self.folder, "config", "velmorin")
-        for name in os.listdir(configuration):
-            with open(os.path.join(configuration, name), "rb") as file:
+        for name in os.listdir(self.configuration):
+            with open(os.path.join(self.configuration, name), "rb") as file:
                 content = file.read()
             self.assertNotIn(b"hgsghk", content)
             self.assertNotIn(secret.encode(), content)
@@ -289,7 +252,7 @@ class Faults(DesktopTest):
         self.assertIn("Hotkey registration failed (status -9878)", second.messages())
 
 
-class WithoutAccessibilityBus(DesktopTest):
+class WithoutAccessibilityBus(FlipTest):
     """Run in a session that has none."""
 
     def test_the_clipboard_path_does_it(self):

@@ -1,0 +1,393 @@
+# SPDX-License-Identifier: MIT
+"""The built program as its user meets it: its window, its icon, its settings, and what a screen
+reader finds in it."""
+
+import os
+import re
+import signal
+import sqlite3
+import subprocess
+import unittest
+
+from desktop_test import PROGRAM, DesktopTest
+from desktop_driver import (
+    AccessibleEditor,
+    Atspi,
+    StatusNotifierHost,
+    X,
+    active_window,
+    to_arabic,
+    wait_until,
+    xdotool,
+)
+
+NAME = "org.velmorin.Velmorin"
+PATH = "/org/velmorin/Velmorin"
+STORED_FRAME = "Velmorin.mainWindow"
+
+
+def run(*command):
+    """What a command says."""
+    result = subprocess.run(command, capture_output=True, text=True, timeout=60)
+    return result.stdout + result.stderr
+
+
+def call(method, *arguments):
+    """Calls one of the methods as any program of the session can."""
+    return run("gdbus", "call", "--session", "--dest", NAME, "--object-path", PATH,
+               "--method", f"org.freedesktop.Application.{method}", *arguments)  # fmt: skip
+
+
+class ApplicationTest(DesktopTest):
+    def windows(self):
+        """The program's windows that can be seen."""
+        return xdotool(
+            "search", "--all", "--onlyvisible", "--pid", str(self.velmorin.process.pid),
+            "--name", "^Velmorin$",
+        ).split()  # fmt: skip
+
+    def close_window(self):
+        [window] = self.windows()
+        X.close(window)
+        wait_until(lambda: not self.windows(), "the window to close")
+        self.assertIsNone(self.velmorin.process.poll(), "it goes on without its window")
+
+    def expect_window(self):
+        wait_until(lambda: self.windows() and active_window() == "Velmorin", "the window in front")
+
+    def second_start(self):
+        result = subprocess.run([PROGRAM], capture_output=True, timeout=60)
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
+
+    def frame(self):
+        """Place of the frame's corner and size of the contents, by the window manager's words."""
+        [window] = self.windows()
+        told = run("xwininfo", "-id", window) + run("xprop", "-id", window, "_NET_FRAME_EXTENTS")
+
+        def number(label):
+            return int(re.search(label + r"\s*(-?\d+)", told)[1])
+
+        left = number(r"CARDINAL\) =")
+        top = number(r"CARDINAL\) = \d+, \d+,")
+        x = number("Absolute upper-left X:") - left
+        y = number("Absolute upper-left Y:") - top
+        return x, y, number("Width:"), number("Height:")
+
+    def stored(self, key):
+        file = os.path.join(self.configuration, "standard.sqlite")
+        connection = sqlite3.connect(f"file:{file}?mode=ro", uri=True)
+        try:
+            row = connection.execute("SELECT value FROM defaults WHERE key = ?", [key]).fetchone()
+        finally:
+            connection.close()
+        return row and row[0]
+
+    def stored_frame(self):
+        value = self.stored(STORED_FRAME)
+        return value and tuple(int(number) for number in value.split())
+
+    def restart(self):
+        self.assertEqual(self.velmorin.stop(), "")
+        self.velmorin = self.start_velmorin()
+
+
+class Window(ApplicationTest):
+    def test_it_opens_in_the_middle_at_its_size(self):
+        x, y, width, height = self.frame()
+        self.assertEqual((width, height), (480, 680))
+        # In the middle of 1280 by 800, but for the window manager's decoration.
+        self.assertAlmostEqual(x, 400, delta=10)
+        self.assertAlmostEqual(y, 60, delta=30)
+
+    def test_it_comes_back_in_each_way(self):
+        ways = {
+            "a second start": self.second_start,
+            "Activate": lambda: call("Activate", "{}"),
+            "Open": lambda: call("Open", "['file:///x']", "{}"),
+            "ActivateAction": lambda: call("ActivateAction", "show", "[]", "{}"),
+        }
+        for way, come_back in ways.items():
+            with self.subTest(way):
+                self.close_window()
+                come_back()
+                self.expect_window()
+        with self.subTest("minimised"):
+            xdotool("windowminimize", *self.windows())
+            wait_until(lambda: active_window() != "Velmorin", "the window to be minimised")
+            self.second_start()
+            self.expect_window()
+
+    def test_a_second_start_brings_it_in_front_of_others(self):
+        editor = self.start(AccessibleEditor)
+        self.second_start()
+        self.expect_window()
+        editor.activate()
+
+    def test_the_hotkey_works_without_it(self):
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.close_window()
+        self.velmorin.flip("total: 1")
+        editor.expect(to_arabic("hgsghk"))
+
+    def test_nothing_else_is_offered_on_the_session_bus(self):
+        self.close_window()
+        for member, *arguments in [("Quit",), ("Activate", "int32:1"), ("Activate",), ("flip",)]:
+            method = f"org.freedesktop.Application.{member}"
+            answer = run("dbus-send", "--print-reply", f"--dest={NAME}", PATH, method, *arguments)
+            self.assertIn("UnknownMethod", answer, method)
+        self.assertEqual(self.windows(), [])
+        self.assertIsNone(self.velmorin.process.poll())
+
+    def test_a_running_instance_that_hangs_is_told_of(self):
+        self.velmorin.process.send_signal(signal.SIGSTOP)
+        result = subprocess.run([PROGRAM], capture_output=True, timeout=60)
+        self.velmorin.process.send_signal(signal.SIGCONT)
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(result.stderr, b"velmorin: it runs already, but does not answer\n")
+
+    def test_signals_end_it_cleanly(self):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            with self.subTest(number.name):
+                velmorin = self.velmorin if number == signal.SIGTERM else self.start_velmorin()
+                velmorin.process.send_signal(number)
+                self.assertEqual(velmorin.process.wait(timeout=60), 0)
+                self.assertEqual(velmorin.stop(), "")
+
+    def test_its_smallest_size(self):
+        [window] = self.windows()
+        xdotool("windowsize", window, "100", "100")
+        wait_until(lambda: self.frame()[2:] == (380, 520), "the smallest size")
+
+
+class Frame(ApplicationTest):
+    def move(self, x, y, width, height):
+        [window] = self.windows()
+        xdotool("windowsize", "--sync", window, str(width), str(height))
+        xdotool("windowmove", window, str(x), str(y))
+        wait_until(lambda: self.frame()[2:] == (width, height), "the new size")
+        wait_until(lambda: self.stored_frame() == self.frame(), "the frame to be stored")
+
+    def test_it_is_as_it_was_left_twice_over(self):
+        self.move(100, 50, 500, 600)
+        left = self.frame()
+        for _ in range(2):  # a window that wanders by its decoration would show at the second
+            self.restart()
+            self.assertEqual(self.frame(), left)
+        self.close_window()
+        self.second_start()
+        self.expect_window()
+        self.assertEqual(self.frame(), left)
+
+    def test_frames_that_cannot_be(self):
+        self.restart()
+        for stored, expected in {
+            "5000 4000 480 680": (800, 120, 480, 680),
+            "nonsense": None,
+            "10 10 -5 -5": None,
+            "100 60 200 200": (100, 60, 380, 520),
+        }.items():
+            with self.subTest(stored):
+                self.velmorin.stop()
+                file = os.path.join(self.configuration, "standard.sqlite")
+                connection = sqlite3.connect(file)
+                with connection:
+                    connection.execute(
+                        "INSERT OR REPLACE INTO defaults (key, type, value) VALUES (?, ?, ?)",
+                        [STORED_FRAME, "string", stored],
+                    )
+                connection.close()
+                self.velmorin = self.start_velmorin()
+                x, y, width, height = self.frame()
+                if expected is None:
+                    self.assertEqual((width, height), (480, 680))
+                else:
+                    self.assertEqual((width, height), expected[2:])
+                    self.assertEqual((x, y), expected[:2])
+
+
+class Tray(ApplicationTest):
+    def click(self, name):
+        """Clicks into the middle of the only icon in trayer's window."""
+        xdotool("mousemove", "--window", name, "12", "12", "click", "1")
+
+    def start_trayer(self):
+        trayer = subprocess.Popen(
+            ["trayer", "--edge", "bottom", "--align", "left", "--widthtype", "request"],
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+        )
+        self.addCleanup(trayer.wait)
+        self.addCleanup(trayer.kill)
+
+    def icon(self):
+        """The icon's window inside of the tray, or None."""
+        tree = subprocess.run(["xwininfo", "-root", "-tree"], capture_output=True, text=True).stdout
+        found = re.search(r'(0x[0-9a-f]+) "velmorin": \("velmorin" "velmorin"\)\s+(2[0-9])x', tree)
+        return found and found[1]
+
+    def check_icon(self):
+        icon = wait_until(self.icon, "the icon in the tray")
+        self.close_window()
+
+        def clicked():
+            self.click(icon)
+            return self.windows()
+
+        wait_until(clicked, "the window to come back")
+        self.expect_window()
+
+    def test_a_tray_that_is_there(self):
+        self.velmorin.stop()
+        self.start_trayer()
+        wait_until(lambda: xdotool("search", "--class", "trayer"), "the tray")
+        self.velmorin = self.start_velmorin()
+        self.check_icon()
+
+    def test_a_tray_that_comes_later(self):
+        self.start_trayer()
+        self.check_icon()
+
+    def check_host(self, is_first):
+        self.velmorin.stop()
+        host = StatusNotifierHost() if is_first else None
+        self.velmorin = self.start_velmorin()
+        host = host or StatusNotifierHost()
+        self.addCleanup(host.stop)
+        item = wait_until(host.item, "the icon at the host")
+        self.assertEqual(host.title(item), "Velmorin")
+        self.close_window()
+        host.activate(item)
+        self.expect_window()
+
+        # A flip flashes it.
+        before = host.picture(item)
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.velmorin.flip("total: ")
+        wait_until(lambda: host.picture(item) != before, "the checkmark")
+        wait_until(lambda: host.picture(item) == before, "the icon again")
+        editor.expect(to_arabic("hgsghk"))
+
+    def test_a_status_notifier_host_that_is_there(self):
+        self.check_host(is_first=True)
+
+    def test_a_status_notifier_host_that_comes_later(self):
+        self.check_host(is_first=False)
+
+
+class OwnAccessibility(ApplicationTest):
+    """Through the accessibility bus alone."""
+
+    def names(self, role):
+        return [element.get_name() for element in self.velmorin.elements(role)]
+
+    def rows(self):
+        return [name.split("] ", 1)[1] for name in self.names("list item")]
+
+    def state(self, element, state):
+        element.clear_cache()
+        return element.get_state_set().contains(state)
+
+    def test_it_is_read_and_used_from_outside(self):
+        badges = {
+            element.get_name(): element.get_description()
+            for element in self.velmorin.elements("label")
+            if element.get_name() in ("Hotkey", "Accessibility")
+        }
+        self.assertEqual(badges, {"Hotkey": "on", "Accessibility": "on"})
+        self.assertEqual(self.rows()[0], "Velmorin launched")
+
+        self.velmorin.press("push button", "Clear")
+        wait_until(lambda: self.rows() == [], "an empty log")
+
+        self.velmorin.press("radio button", "→ Arabic")
+        wait_until(lambda: self.stored("vl.mode") == "forceArabic", "the direction to be stored")
+        arabic = self.velmorin.element("radio button", "→ Arabic")
+        self.assertTrue(self.state(arabic, Atspi.StateType.CHECKED))
+        automatic = self.velmorin.element("radio button", "Auto")
+        self.assertFalse(self.state(automatic, Atspi.StateType.CHECKED))
+
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.velmorin.press("push button", "Test Flip (3s)")
+        editor.expect(to_arabic("hgsghk"))
+        wait_until(lambda: len(self.rows()) == 5, "the flip's rows")
+        self.assertEqual(self.rows()[0], "TEST: switch to a text field in 3 seconds…")
+        self.assertEqual(self.rows()[4], "── FLIP DONE (AX) — total: 1 ──")
+        count = [e for e in self.velmorin.elements("label") if e.get_description() == "Flips"]
+        self.assertEqual([element.get_name() for element in count], ["1"])
+
+        self.restart()
+        arabic = self.velmorin.element("radio button", "→ Arabic")
+        self.assertTrue(self.state(arabic, Atspi.StateType.CHECKED))
+
+    def test_settings_are_switched_and_kept(self):
+        self.assertIsNone(self.stored("appPreferences"), "nothing is stored by looking at it")
+        self.velmorin.press("page tab", "Settings")
+        wait_until(
+            lambda: self.state(
+                self.velmorin.element("check box", "Launch at login"), Atspi.StateType.SHOWING
+            ),
+            "the settings",
+        )
+        for name, key in {
+            "Launch at login": b'"launchAtLogin":true',
+            "Show menu bar icon": b'"showMenuBarIcon":false',
+            "Reduce motion": b'"reduceMotion":true',
+            "Reduce transparency": b'"reduceTransparency":true',
+        }.items():
+            self.velmorin.press("check box", name)
+            wait_until(lambda: key in (self.stored("appPreferences") or b""), f"{name} stored")
+        self.velmorin.press("radio button", "Dark")
+        wait_until(lambda: b'"theme":"dark"' in self.stored("appPreferences"), "the theme stored")
+
+        self.restart()
+        for name, on in {"Launch at login": True, "Show menu bar icon": False}.items():
+            box = self.velmorin.element("check box", name)
+            self.assertEqual(self.state(box, Atspi.StateType.CHECKED), on, name)
+        dark = self.velmorin.element("radio button", "Dark")
+        self.assertTrue(self.state(dark, Atspi.StateType.CHECKED))
+
+    def test_the_keyboard_reaches_everything(self):
+        reached = []
+        while not reached or reached[-1][1] != "Open Accessibility Settings":
+            focused = self.velmorin.focused()
+            if focused:
+                reached.append(focused)
+            previous = focused
+            xdotool("key", "Tab")
+            wait_until(lambda: self.velmorin.focused() not in (None, previous), "the next element")
+        names = [name for _, name in reached]
+        expected = ["Control", "Hotkey", "Accessibility", "⌥ Option", "Space", "Flip!", "Auto"]
+        expected += ["Test Flip (3s)", "0", "Clear", "Live Log", "Open Accessibility Settings"]
+        places = [names.index(name) for name in expected if name != "Live Log"]
+        self.assertEqual(places, sorted(places), "in the order in which they stand")
+
+        # Rows of the log, segments and tabs by the arrow keys.
+        def tab_to(role, name):
+            while self.velmorin.focused() != (role, name):
+                previous = self.velmorin.focused()
+                xdotool("key", "Tab")
+                wait_until(lambda: self.velmorin.focused() not in (None, previous), "Tab")
+
+        tab_to("radio button", "Auto")
+        xdotool("key", "Right")
+        wait_until(lambda: self.velmorin.focused() == ("radio button", "→ English"), "a segment")
+        self.assertEqual(self.stored("vl.mode"), "forceEnglish")
+        tab_to("push button", "Clear")
+        xdotool("key", "Tab")
+        wait_until(lambda: "GRANTED" in (self.velmorin.focused() or "-")[1], "the last row")
+        xdotool("key", "Home")
+        wait_until(lambda: "launched" in (self.velmorin.focused() or "-")[1], "the first row")
+        xdotool("key", "Down")
+        wait_until(lambda: "Registering" in (self.velmorin.focused() or "-")[1], "the second row")
+        tab_to("page tab", "Control")
+        xdotool("key", "Right")
+        wait_until(lambda: self.velmorin.focused() == ("page tab", "Settings"), "the other tab")
+        tab_to("check box", "Reduce motion")
+        xdotool("key", "space")
+        wait_until(
+            lambda: b'"reduceMotion":true' in (self.stored("appPreferences") or b""), "a switch"
+        )
+
+
+if __name__ == "__main__":
+    unittest.main()
