@@ -48,6 +48,7 @@ Rectangle {
             id: segments
             model: picker.labels
 
+            // qmllint disable unqualified
             T.RadioButton {
                 id: segment
 
@@ -99,6 +100,7 @@ Rectangle {
                     gap: 0
                 }
             }
+            // qmllint enable unqualified
         }
     }
 }

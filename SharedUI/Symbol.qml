@@ -15,7 +15,8 @@ Image {
 
     width: size
     height: size
-    sourceSize: Qt.size(size * Screen.devicePixelRatio, size * Screen.devicePixelRatio)
+    sourceSize.width: size * Screen.devicePixelRatio
+    sourceSize.height: size * Screen.devicePixelRatio
     source: "image://symbol/" + name + (hierarchical ? ".hierarchical" : "") + "/" + argb(color)
 
     function argb(value: color): string {

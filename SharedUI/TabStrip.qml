@@ -36,6 +36,7 @@ Rectangle {
             id: buttons
             model: strip.labels
 
+            // qmllint disable unqualified
             T.TabButton {
                 id: button
 
@@ -91,6 +92,7 @@ Rectangle {
                     gap: 0
                 }
             }
+            // qmllint enable unqualified
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "Velmorin/LiveLog.h"
 
 #include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
 
 namespace velmorin {
 
@@ -11,6 +12,7 @@ namespace velmorin {
 /// rows stay and their texts move up. Main thread.
 class LogLines : public QAbstractListModel {
     Q_OBJECT
+    QML_ANONYMOUS
 
 public:
     enum Role { lineRole = Qt::UserRole, colorRole };

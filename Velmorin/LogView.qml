@@ -85,7 +85,13 @@ Rectangle {
             }
         }
 
-        onCountChanged: Qt.callLater(showNewest)
+        onCountChanged: newest.restart()
+
+        Timer {
+            id: newest
+            interval: 0 // once for all the lines of a turn
+            onTriggered: list.showNewest()
+        }
 
         function showNewest() {
             if (count === 0) {

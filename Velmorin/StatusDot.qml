@@ -13,6 +13,7 @@ Rectangle {
     Repeater {
         model: 6
 
+        // qmllint disable unqualified
         Rectangle {
             required property int index
 
@@ -24,5 +25,6 @@ Rectangle {
             color: dot.color
             opacity: 0.5 * 0.22 * Math.exp(-index * index / 12)
         }
+        // qmllint enable unqualified
     }
 }

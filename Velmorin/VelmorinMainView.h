@@ -26,7 +26,7 @@ class VelmorinMainView : public QObject {
     Q_PROPERTY(QString count READ count NOTIFY countChanged)
     /// The place of the direction in declaration order.
     Q_PROPERTY(int flipMode READ flipMode WRITE setFlipMode NOTIFY flipModeChanged)
-    Q_PROPERTY(QAbstractItemModel* logLines READ logLines CONSTANT)
+    Q_PROPERTY(velmorin::LogLines* logLines READ logLines CONSTANT)
 
 public:
     /// The colours of log lines.
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] QString count() const { return QString::number(m_store->count()); }
     [[nodiscard]] int flipMode() const { return static_cast<int>(m_store->flipMode()); }
     void setFlipMode(int mode);
-    [[nodiscard]] QAbstractItemModel* logLines() { return &m_logLines; }
+    [[nodiscard]] LogLines* logLines() { return &m_logLines; }
 
     /// Flips 3 s from now, in whatever has the focus then. Every call flips once.
     Q_INVOKABLE void testFlip();

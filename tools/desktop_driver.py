@@ -106,11 +106,11 @@ class X:
 class Velmorin:
     """The program, and its live log as it prints it."""
 
-    def __init__(self, program, wait=True, environment=None):
+    def __init__(self, program, wait=True, environment=None, wrapper=()):
         self.lines = []
         self.errors = None
         self.process = subprocess.Popen(
-            [program],
+            [*wrapper, program],
             env={**os.environ, "VELMORIN_PRINT_LOG": "1", **(environment or {})},
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,

@@ -83,7 +83,8 @@ QVariant column(sqlite3_stmt* statement, int index) {
 
 } // namespace
 
-SqliteDatabase::SqliteDatabase(const QString& path, Access access, const QDeadlineTimer& deadline) {
+SqliteDatabase::SqliteDatabase(const QString& path, Access access, const QDeadlineTimer& deadline)
+    : m_access(access) {
     const bool immutable = access == Access::immutable;
     const QByteArray name = immutable ? QUrl::fromLocalFile(path).toEncoded() + "?immutable=1"
                                       : QFile::encodeName(path);
@@ -95,6 +96,13 @@ SqliteDatabase::SqliteDatabase(const QString& path, Access access, const QDeadli
                         flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, impatientVfs());
     m_connection.reset(connection);
     sqlite3_busy_handler(connection, waitForLock, const_cast<QDeadlineTimer*>(&deadline));
+    if (access == Access::exclusive && m_openCode == SQLITE_OK) {
+        sqlite3_db_config(connection, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        for (const char* pragma : {"PRAGMA locking_mode = EXCLUSIVE", "PRAGMA query_only = 1"}) {
+            const int code = run(pragma).code;
+            m_openCode = m_openCode == SQLITE_OK ? code : m_openCode;
+        }
+    }
 }
 
 SqliteDatabase::Result SqliteDatabase::run(const char* sql, const QVariantList& parameters) {
@@ -135,7 +143,7 @@ int SqliteDatabase::prepare(const char* sql, sqlite3_stmt*& statement) {
 }
 
 bool SqliteDatabase::isReadOnly() const {
-    return sqlite3_db_readonly(m_connection.get(), "main") == 1;
+    return m_access != Access::readWrite || sqlite3_db_readonly(m_connection.get(), "main") == 1;
 }
 
 bool SqliteDatabase::hasMoved() const {

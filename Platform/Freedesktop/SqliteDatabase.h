@@ -18,8 +18,10 @@ namespace velmorin {
 /// and keeps alive; what SQLite waits of its own accord adds 0.3 s to that at most.
 class SqliteDatabase {
 public:
-    /// An immutable file is read without locks and without files beside it.
-    enum class Access { readWrite, immutable };
+    /// An exclusive connection only reads, also what waits in the write-ahead log, and keeps others
+    /// out as long; it needs no room on the disk. An immutable file is read without locks and
+    /// without files beside it.
+    enum class Access { readWrite, exclusive, immutable };
 
     /// What one statement came to: SQLite's result code and the columns of its first row, if any.
     /// A column is a qint64, a double, a QString, a QByteArray, or invalid for NULL.
@@ -55,6 +57,7 @@ private:
 
     std::unique_ptr<sqlite3, Close> m_connection;
     std::map<QByteArray, Statement> m_statements; // go before the connection does
+    Access m_access;
     int m_openCode = SQLITE_OK;
 };
 

@@ -122,7 +122,10 @@ int SqliteDefaultsFile::open() {
     createMissing();
     const int code = openAs(Access::readWrite);
     const bool isUnwritable = code != SQLITE_OK && !isBusy(code) && !isDamage(code);
-    return isUnwritable && QFileInfo(m_path).isFile() ? openAs(Access::immutable) : code;
+    if (!isUnwritable || !QFileInfo(m_path).isFile()) {
+        return code;
+    }
+    return openAs(Access::exclusive) == SQLITE_OK ? SQLITE_OK : openAs(Access::immutable);
 }
 
 int SqliteDefaultsFile::openAs(Access access) {
@@ -164,7 +167,7 @@ int SqliteDefaultsFile::check(Access access) {
     if (!found.isEmpty() && found != QLatin1String(createTable)) {
         return otherContents;
     }
-    if (schema.code != SQLITE_OK || access == Access::immutable) {
+    if (schema.code != SQLITE_OK || access != Access::readWrite) {
         return schema.code;
     }
     // Some files turn out to be of a later format, which may only be read.

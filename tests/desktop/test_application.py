@@ -38,6 +38,11 @@ def call(method, *arguments):
                "--method", f"org.freedesktop.Application.{method}", *arguments)  # fmt: skip
 
 
+def is_in_state(element, state):
+    element.clear_cache()
+    return element.get_state_set().contains(state)
+
+
 class ApplicationTest(DesktopTest):
     def windows(self):
         """The program's windows that can be seen."""
@@ -274,6 +279,68 @@ class Tray(ApplicationTest):
         self.check_host(is_first=False)
 
 
+class Storage(ApplicationTest):
+    """Where the preferences cannot be read or written."""
+
+    expected_errors = r"\Avelmorin: [^\n]*preferences[^\n]*cannot be used[^\n]*\n\Z"
+
+    def start_again(self, **options):
+        self.assertEqual(self.velmorin.stop(), "")
+        self.velmorin = self.start_velmorin(**options)
+
+    def check_that_it_works(self):
+        self.velmorin.press("radio button", "→ Arabic")
+        arabic = self.velmorin.element("radio button", "→ Arabic")
+        wait_until(lambda: is_in_state(arabic, Atspi.StateType.CHECKED), "the direction")
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.velmorin.flip("total: 1")
+        editor.expect(to_arabic("hgsghk"))
+
+    def test_a_damaged_file(self):
+        self.velmorin.stop()
+        for name in os.listdir(self.configuration):
+            with open(os.path.join(self.configuration, name), "wb") as file:
+                file.write(b"nothing that anybody knows" * 100)
+        self.start_again()
+        self.check_that_it_works()
+        self.assertEqual(self.stored("vl.count"), 1)
+
+    def test_a_home_that_cannot_be_written(self):
+        file = os.path.join(self.folder, "a file")
+        with open(file, "w", encoding="utf-8"):
+            pass
+        self.start_again(environment={"XDG_CONFIG_HOME": file})
+        self.check_that_it_works()
+
+    def test_a_full_disk(self):
+        no_room = ["bash", "-c", "trap '' XFSZ; ulimit -f 0; exec \"$@\"", "bash"]
+        self.velmorin.press("radio button", "→ English")
+        wait_until(lambda: self.stored("vl.mode") == "forceEnglish", "the direction to be stored")
+        self.start_again(wrapper=no_room)
+        english = self.velmorin.element("radio button", "→ English")
+        self.assertTrue(is_in_state(english, Atspi.StateType.CHECKED), "what was stored is read")
+        self.check_that_it_works()
+
+
+class Appearance(ApplicationTest):
+    def color(self):
+        """Of a point in the window's margin: light or dark."""
+        [window] = self.windows()
+        picture = subprocess.run(
+            ["import", "-window", window, "-crop", "1x1+3+300", "-depth", "8", "gray:-"],
+            capture_output=True,
+        ).stdout
+        return "dark" if picture and picture[0] < 128 else "light"
+
+    def test_it_follows_the_desktop(self):
+        self.assertEqual(self.color(), "light")
+        for scheme, color in [("prefer-dark", "dark"), ("default", "light"), ("prefer-dark", "dark")]:
+            run("gsettings", "set", "org.gnome.desktop.interface", "color-scheme", scheme)
+            wait_until(lambda: self.color() == color, f"a {color} window")
+        self.restart()
+        wait_until(lambda: self.color() == "dark", "a dark window from the start")
+
+
 class OwnAccessibility(ApplicationTest):
     """Through the accessibility bus alone."""
 
@@ -282,10 +349,6 @@ class OwnAccessibility(ApplicationTest):
 
     def rows(self):
         return [name.split("] ", 1)[1] for name in self.names("list item")]
-
-    def state(self, element, state):
-        element.clear_cache()
-        return element.get_state_set().contains(state)
 
     def test_it_is_read_and_used_from_outside(self):
         badges = {
@@ -302,9 +365,9 @@ class OwnAccessibility(ApplicationTest):
         self.velmorin.press("radio button", "→ Arabic")
         wait_until(lambda: self.stored("vl.mode") == "forceArabic", "the direction to be stored")
         arabic = self.velmorin.element("radio button", "→ Arabic")
-        self.assertTrue(self.state(arabic, Atspi.StateType.CHECKED))
+        self.assertTrue(is_in_state(arabic, Atspi.StateType.CHECKED))
         automatic = self.velmorin.element("radio button", "Auto")
-        self.assertFalse(self.state(automatic, Atspi.StateType.CHECKED))
+        self.assertFalse(is_in_state(automatic, Atspi.StateType.CHECKED))
 
         editor = self.start(AccessibleEditor, "hgsghk")
         self.velmorin.press("push button", "Test Flip (3s)")
@@ -317,13 +380,13 @@ class OwnAccessibility(ApplicationTest):
 
         self.restart()
         arabic = self.velmorin.element("radio button", "→ Arabic")
-        self.assertTrue(self.state(arabic, Atspi.StateType.CHECKED))
+        self.assertTrue(is_in_state(arabic, Atspi.StateType.CHECKED))
 
     def test_settings_are_switched_and_kept(self):
         self.assertIsNone(self.stored("appPreferences"), "nothing is stored by looking at it")
         self.velmorin.press("page tab", "Settings")
         wait_until(
-            lambda: self.state(
+            lambda: is_in_state(
                 self.velmorin.element("check box", "Launch at login"), Atspi.StateType.SHOWING
             ),
             "the settings",
@@ -342,9 +405,9 @@ class OwnAccessibility(ApplicationTest):
         self.restart()
         for name, on in {"Launch at login": True, "Show menu bar icon": False}.items():
             box = self.velmorin.element("check box", name)
-            self.assertEqual(self.state(box, Atspi.StateType.CHECKED), on, name)
+            self.assertEqual(is_in_state(box, Atspi.StateType.CHECKED), on, name)
         dark = self.velmorin.element("radio button", "Dark")
-        self.assertTrue(self.state(dark, Atspi.StateType.CHECKED))
+        self.assertTrue(is_in_state(dark, Atspi.StateType.CHECKED))
 
     def test_the_keyboard_reaches_everything(self):
         reached = []

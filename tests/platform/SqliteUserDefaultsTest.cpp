@@ -349,6 +349,29 @@ TEST_F(SqliteUserDefaultsTest, whatDidNotFitIsSavedWhenThereIsRoomAgain) {
     EXPECT_TRUE(defaults.data(otherKey));
 }
 
+TEST_F(SqliteUserDefaultsTest, whatAKilledProcessLeftIsReadOnAFullDisk) {
+    Process writer([&](const Process::Report& report) {
+        SqliteUserDefaults defaults(path);
+        defaults.set(key, 1);
+        report(1);
+        ::pause();
+        return true;
+    });
+    ASSERT_TRUE(writer.next());
+    writer.kill();
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(Process([&](const Process::Report&) {
+                    std::signal(SIGXFSZ, SIG_IGN);
+                    const rlimit full{1024, RLIM_INFINITY};
+                    ::setrlimit(RLIMIT_FSIZE, &full);
+                    SqliteUserDefaults defaults(path);
+                    defaults.set(otherKey, 2);
+                    return defaults.integer(key) == 1 && defaults.integer(otherKey) == 2;
+                }).isRight());
+    EXPECT_EQ(linesOnStandardError(), 1);
+    EXPECT_EQ(savedInteger(key), 1);
+}
+
 TEST_F(SqliteUserDefaultsTest, processesWriteSideBySide) {
     const auto writeFrom = [&](int start) {
         return [this, start](const Process::Report&) {
