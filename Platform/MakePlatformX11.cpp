@@ -19,6 +19,9 @@
 #include "Platform/X11/XcbPasteboard.h"
 #include "Platform/X11/XcbTrayWatch.h"
 
+#include <QIcon>
+#include <QPixmap>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -56,6 +59,9 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         return EarlyEnd{1, QStringLiteral("it runs already, but does not answer")};
     }
     application->colorScheme.follow();
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.velmorin.Velmorin"));
+    QGuiApplication::setWindowIcon(QPixmap::fromImage(SvgSymbolImages::render(
+        QStringLiteral("arrow.left.arrow.right.circle.fill"), {128, 128}, QColor(0x008299))));
 
     const std::shared_ptr<XcbConnection> connection = XcbConnection::open();
     if (!connection) {

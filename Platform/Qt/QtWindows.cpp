@@ -181,7 +181,9 @@ private:
 
 QtWindows::QtWindows(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<UserDefaults> defaults)
     : m_mainQueue(std::move(mainQueue)), m_defaults(std::move(defaults)) {
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    }
 }
 
 QtWindows::~QtWindows() = default;

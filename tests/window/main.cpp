@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#include <QGuiApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("LC_ALL", "C"); // the log stamps its lines in the user's digits
+    const QGuiApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
