@@ -181,6 +181,7 @@ VerticalScroll {
                     }
                     Column {
                         id: stats
+                        spacing: 8
                         anchors.right: parent.right
                         anchors.verticalCenter: parent.verticalCenter
 

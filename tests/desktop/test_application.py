@@ -322,6 +322,47 @@ class Storage(ApplicationTest):
         self.check_that_it_works()
 
 
+class Permission(ApplicationTest):
+    """In a session whose accessibility bus is there but switched off, as a stock desktop's is."""
+
+    STATUS = ["--dest", "org.a11y.Bus", "--object-path", "/org/a11y/bus", "--method"]
+
+    def prepare(self):
+        run("gdbus", "call", "--session", *self.STATUS, "org.freedesktop.DBus.Properties.Set",
+            "org.a11y.Status", "IsEnabled", "<false>")  # fmt: skip
+        notifications = subprocess.Popen(
+            ["dunst"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL
+        )
+        self.addCleanup(notifications.wait)
+        self.addCleanup(notifications.kill)
+        wait_until(lambda: run("dunstctl", "count", "displayed") == "0\n", "notifications")
+
+    def is_enabled(self):
+        answer = run("gdbus", "call", "--session", *self.STATUS,
+                     "org.freedesktop.DBus.Properties.Get",
+                     "org.a11y.Status", "IsEnabled")  # fmt: skip
+        return "true" in answer
+
+    def test_it_is_offered_once_and_granted_by_a_click(self):
+        self.assertEqual(
+            self.velmorin.messages()[-1],
+            "Accessibility: not yet granted (needed for ⌘A/⌘C/⌘V in other apps)",
+        )
+        wait_until(lambda: run("dunstctl", "count", "displayed") == "1\n", "the notification")
+        editor = self.start(AccessibleEditor, "hgsghk")
+        self.assertIn("  AX not trusted", self.velmorin.flip("FLIP DONE (clipboard)"))
+        editor.expect(to_arabic("hgsghk"))
+        self.velmorin.ready_again()
+        self.assertEqual(run("dunstctl", "count", "displayed"), "1\n", "one offer only")
+
+        run("dunstctl", "action")
+        wait_until(self.is_enabled, "accessibility to be switched on")
+        key = ["org.gnome.desktop.interface", "toolkit-accessibility"]
+        self.assertEqual(run("gsettings", "get", *key), "true\n", "for the next session, too")
+        self.velmorin.flip("FLIP DONE (AX)")
+        editor.expect("hgsghk")
+
+
 class Appearance(ApplicationTest):
     def color(self):
         """Of a point in the window's margin: light or dark."""
