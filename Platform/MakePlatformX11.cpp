@@ -11,6 +11,7 @@
 #include "Platform/Qt/QtApplication.h"
 #include "Platform/Qt/QtMainQueue.h"
 #include "Platform/Qt/QtStatusBar.h"
+#include "Platform/Qt/QtTimers.h"
 #include "Platform/Qt/QtWindows.h"
 #include "Platform/Qt/SvgSymbolImages.h"
 #include "Platform/X11/XTestKeyEvents.h"
@@ -90,6 +91,7 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
     platform.statusBar = std::make_shared<QtStatusBar>(std::vector<std::shared_ptr<TrayWatch>>{
         std::make_shared<StatusNotifierWatch>(), std::make_shared<XcbTrayWatch>(connection)});
     platform.symbolImages = std::make_shared<SvgSymbolImages>();
+    platform.timers = std::make_shared<QtTimers>();
     platform.windows =
         std::make_shared<QtWindows>(platform.mainQueue, platform.standardUserDefaults);
     platform.workspace = std::make_shared<FreedesktopWorkspace>();

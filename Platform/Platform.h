@@ -11,6 +11,7 @@
 #include "Platform/Pasteboard.h"
 #include "Platform/StatusBar.h"
 #include "Platform/SymbolImages.h"
+#include "Platform/Timers.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Windows.h"
 #include "Platform/Workspace.h"
@@ -37,6 +38,7 @@ struct Platform {
     std::shared_ptr<Keychain> keychain;
     std::shared_ptr<StatusBar> statusBar;
     std::shared_ptr<SymbolImages> symbolImages;
+    std::shared_ptr<Timers> timers;
     std::shared_ptr<Windows> windows;
     std::shared_ptr<Workspace> workspace;
 

@@ -10,6 +10,7 @@
 #include "Platform/Memory/MemoryMainQueue.h"
 #include "Platform/Memory/MemoryPasteboard.h"
 #include "Platform/Memory/MemoryStatusBar.h"
+#include "Platform/Memory/MemoryTimers.h"
 #include "Platform/Memory/MemoryUserDefaults.h"
 #include "Platform/Memory/MemoryWindows.h"
 #include "Platform/Platform.h"
@@ -33,6 +34,7 @@ struct MemoryPlatform {
     std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
     std::shared_ptr<MemoryStatusBar> statusBar = std::make_shared<MemoryStatusBar>();
     std::shared_ptr<MemorySymbolImages> symbolImages = std::make_shared<MemorySymbolImages>();
+    std::shared_ptr<MemoryTimers> timers = std::make_shared<MemoryTimers>();
     std::shared_ptr<MemoryWindows> windows = std::make_shared<MemoryWindows>();
     std::shared_ptr<MemoryWorkspace> workspace = std::make_shared<MemoryWorkspace>();
 
@@ -49,6 +51,7 @@ struct MemoryPlatform {
                 .keychain = keychain,
                 .statusBar = statusBar,
                 .symbolImages = symbolImages,
+                .timers = timers,
                 .windows = windows,
                 .workspace = workspace};
     }

@@ -86,8 +86,8 @@ private:
                                 : QColor(Qt::black);
         QIcon icon;
         for (const int size : kSizes) {
-            icon.addPixmap(QPixmap::fromImage(
-                SvgSymbolImages::render(m_image->symbolName(), {size, size}, tint)));
+            icon.addPixmap(
+                QPixmap::fromImage(SvgSymbolImages::render(*m_image, {size, size}, tint)));
         }
         m_icon->setIcon(icon);
         m_icon->setToolTip(m_image->accessibilityDescription());

@@ -18,19 +18,25 @@ ImageRef SvgSymbolImages::imageWithSystemSymbolName(const QString& name,
     return QFile::exists(fileOf(name)) ? std::make_shared<Image>(name, description) : nullptr;
 }
 
-QImage SvgSymbolImages::render(const QString& name, const QSize& size, const QColor& tint) {
-    QFile file(fileOf(name));
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    QSvgRenderer renderer(
-        file.readAll().replace("currentColor", tint.name(QColor::HexRgb).toLatin1()));
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
+QImage SvgSymbolImages::render(const Image& image, const QSize& size, const QColor& tint) {
+    QImage canvas(size, QImage::Format_ARGB32_Premultiplied);
+    canvas.fill(Qt::transparent);
+    QPainter painter(&canvas);
     painter.setOpacity(tint.alphaF());
-    renderer.render(&painter);
-    return image;
+    painter.scale(size.width() / image.size().width(), size.height() / image.size().height());
+    for (const Image::Drawing& drawing : image.drawings()) {
+        QFile file(fileOf(drawing.symbolName));
+        if (file.open(QIODevice::ReadOnly)) {
+            QSvgRenderer renderer(
+                file.readAll().replace("currentColor", tint.name(QColor::HexRgb).toLatin1()));
+            renderer.render(&painter, drawing.place);
+        }
+    }
+    return canvas;
+}
+
+QImage SvgSymbolImages::render(const QString& name, const QSize& size, const QColor& tint) {
+    return QFile::exists(fileOf(name)) ? render(Image(name, {}), size, tint) : QImage();
 }
 
 } // namespace velmorin
