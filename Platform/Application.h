@@ -5,8 +5,9 @@
 
 namespace velmorin {
 
-/// How the application shows in the desktop. Regular: with a taskbar entry.
-enum class ActivationPolicy { regular = 0 };
+/// How the application shows in the desktop: with a taskbar entry, or without one, as an
+/// application that lives in the status bar does.
+enum class ActivationPolicy { regular = 0, accessory = 1 };
 
 /// Answers the desktop's questions to the application. Main thread.
 class ApplicationDelegate {

@@ -2,6 +2,7 @@
 // The one place that knows which back ends make up an X11 desktop.
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
 #include "Platform/Freedesktop/FreedesktopWorkspace.h"
+#include "Platform/Freedesktop/PortalAuthorization.h"
 #include "Platform/Freedesktop/PortalColorScheme.h"
 #include "Platform/Freedesktop/SecretServiceKeychain.h"
 #include "Platform/Freedesktop/SingleInstance.h"
@@ -18,6 +19,7 @@
 #include "Platform/X11/XcbActiveWindow.h"
 #include "Platform/X11/XcbHotKeys.h"
 #include "Platform/X11/XcbPasteboard.h"
+#include "Platform/X11/XcbTaskbar.h"
 #include "Platform/X11/XcbTrayWatch.h"
 
 #include <QIcon>
@@ -72,6 +74,9 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         std::fputs("velmorin: the X server has gone\n", stderr);
         std::_Exit(1); // nothing is unsaved, and no window can be taken down
     });
+    application->setTaskbarSetter([connection](WId window, bool isInTaskbar) {
+        setInTaskbar(*connection, static_cast<xcb_window_t>(window), isInTaskbar);
+    });
     const auto keyboard = std::make_shared<XcbKeyboard>(connection);
     Platform platform;
     platform.application = application;
@@ -87,6 +92,7 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
     platform.userDefaultsSuite = [](const QString& suite) {
         return std::make_shared<SqliteUserDefaults>(SqliteUserDefaults::domainPath(suite));
     };
+    platform.authorization = std::make_shared<PortalAuthorization>();
     platform.keychain = std::make_shared<SecretServiceKeychain>();
     platform.statusBar = std::make_shared<QtStatusBar>(std::vector<std::shared_ptr<TrayWatch>>{
         std::make_shared<StatusNotifierWatch>(), std::make_shared<XcbTrayWatch>(connection)});

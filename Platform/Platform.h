@@ -3,6 +3,7 @@
 
 #include "Platform/Accessibility.h"
 #include "Platform/Application.h"
+#include "Platform/Authorization.h"
 #include "Platform/Clock.h"
 #include "Platform/HotKeys.h"
 #include "Platform/KeyEvents.h"
@@ -36,6 +37,7 @@ struct Platform {
     /// Opens a named domain: a new object on every call; null when it cannot be opened.
     std::function<std::shared_ptr<UserDefaults>(const QString& suite)> userDefaultsSuite;
     std::shared_ptr<Keychain> keychain;
+    std::shared_ptr<Authorization> authorization;
     std::shared_ptr<StatusBar> statusBar;
     std::shared_ptr<SymbolImages> symbolImages;
     std::shared_ptr<Timers> timers;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
 
-#include <QCoreApplication>
-
 #include <algorithm>
 #include <chrono>
 
@@ -98,8 +96,10 @@ AXError setSelectedText(AtSpiElement& element, const QString& text) {
 
 } // namespace
 
-AtSpiAccessibility::AtSpiAccessibility(std::shared_ptr<ActiveWindow> activeWindow)
-    : m_activeWindow(std::move(activeWindow)), m_focus(m_bus), m_offer(m_bus) {}
+AtSpiAccessibility::AtSpiAccessibility(std::shared_ptr<ActiveWindow> activeWindow,
+                                       qint64 ownProcessId)
+    : m_activeWindow(std::move(activeWindow)), m_focus(m_bus), m_offer(m_bus),
+      m_ownProcessId(ownProcessId) {}
 
 bool AtSpiAccessibility::isProcessTrusted() {
     return m_bus.isEnabled(QDeadlineTimer(kConnectLimit));
@@ -163,8 +163,7 @@ AXError AtSpiAccessibility::setAttributeValue(const AXUIElementRef& element,
 
 AXError AtSpiAccessibility::copyFocused(QVariant& value) {
     const std::optional<qint64> process = m_activeWindow->processId();
-    // Our own windows answer from this very thread, so asking would only wait in vain.
-    const bool isForeign = process && *process != QCoreApplication::applicationPid();
+    const bool isForeign = process && *process != m_ownProcessId;
     const std::shared_ptr<AtSpiElement> focused = isForeign ? m_focus.find(*process) : nullptr;
     if (!focused) {
         return AXError::noValue;

@@ -7,6 +7,8 @@
 #include "Platform/Freedesktop/AtSpiElement.h"
 #include "Platform/Freedesktop/AtSpiFocus.h"
 
+#include <QCoreApplication>
+
 #include <memory>
 
 namespace velmorin {
@@ -19,7 +21,10 @@ namespace velmorin {
 /// again afterwards; what was half done is put back.
 class AtSpiAccessibility : public Accessibility {
 public:
-    explicit AtSpiAccessibility(std::shared_ptr<ActiveWindow> activeWindow);
+    /// The objects of `ownProcessId` are not looked at: they would answer from this very thread, so
+    /// that asking them only waits in vain.
+    explicit AtSpiAccessibility(std::shared_ptr<ActiveWindow> activeWindow,
+                                qint64 ownProcessId = QCoreApplication::applicationPid());
 
     [[nodiscard]] bool isProcessTrusted() override;
     bool isProcessTrustedWithOptions(const QVariantMap& options) override;
@@ -37,6 +42,7 @@ private:
     AtSpiBus m_bus;
     AtSpiFocus m_focus;
     AccessibilityOffer m_offer;
+    qint64 m_ownProcessId;
 };
 
 } // namespace velmorin

@@ -27,6 +27,21 @@ constexpr SettingsPage kPages[] = {
     {u"Privacy_Accessibility", u"X-Cinnamon", "cinnamon-settings universal-access"},
     {u"Privacy_Accessibility", u"MATE", "mate-at-properties"},
     {u"Privacy_Accessibility", u"Budgie", "budgie-control-center universal-access"},
+    {u"Privacy_ListenEvent", u"GNOME", "gnome-control-center keyboard"},
+    {u"Privacy_ListenEvent", u"KDE", "systemsettings kcm_keyboard"},
+    {u"Privacy_ListenEvent", u"XFCE", "xfce4-keyboard-settings"},
+    {u"Privacy_ListenEvent", u"X-Cinnamon", "cinnamon-settings keyboard"},
+    {u"Privacy_ListenEvent", u"MATE", "mate-keyboard-properties"},
+    {u"Privacy_Microphone", u"GNOME", "gnome-control-center microphone"},
+    {u"Privacy_Microphone", u"KDE", "systemsettings kcm_pulseaudio"},
+    {u"Privacy_Microphone", u"XFCE", "pavucontrol --tab=4"},
+    {u"Privacy_Microphone", u"X-Cinnamon", "cinnamon-settings sound"},
+    {u"Privacy_Microphone", u"MATE", "mate-volume-control"},
+    {u"Privacy_Calendars", u"GNOME", "gnome-control-center online-accounts"},
+    {u"Privacy_Calendars", u"KDE", "systemsettings kcm_kaccounts"},
+    {u"Privacy_Calendars", u"X-Cinnamon", "cinnamon-settings calendar"},
+    {u"Privacy_AllFiles", u"GNOME", "gnome-control-center applications"},
+    {u"Privacy_AllFiles", u"KDE", "systemsettings kcm_flatpak"},
 };
 
 bool start(const char* command) {

@@ -3,6 +3,7 @@
 
 #include "Platform/Memory/MemoryAccessibility.h"
 #include "Platform/Memory/MemoryApplication.h"
+#include "Platform/Memory/MemoryAuthorization.h"
 #include "Platform/Memory/MemoryClock.h"
 #include "Platform/Memory/MemoryHotKeys.h"
 #include "Platform/Memory/MemoryKeyEvents.h"
@@ -32,6 +33,7 @@ struct MemoryPlatform {
         std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryUserDefaults> suiteUserDefaults = std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
+    std::shared_ptr<MemoryAuthorization> authorization = std::make_shared<MemoryAuthorization>();
     std::shared_ptr<MemoryStatusBar> statusBar = std::make_shared<MemoryStatusBar>();
     std::shared_ptr<MemorySymbolImages> symbolImages = std::make_shared<MemorySymbolImages>();
     std::shared_ptr<MemoryTimers> timers = std::make_shared<MemoryTimers>();
@@ -49,6 +51,7 @@ struct MemoryPlatform {
                 .standardUserDefaults = standardUserDefaults,
                 .userDefaultsSuite = [suite = suiteUserDefaults](const QString&) { return suite; },
                 .keychain = keychain,
+                .authorization = authorization,
                 .statusBar = statusBar,
                 .symbolImages = symbolImages,
                 .timers = timers,

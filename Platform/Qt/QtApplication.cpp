@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Qt/QtApplication.h"
 
+#include <QEvent>
 #include <QPalette>
 #include <QTimer>
-#include <QWindow>
+
+#include <utility>
 
 namespace velmorin {
 
@@ -37,12 +39,34 @@ QtApplication::QtApplication(int& argc, char** argv) : m_application(argc, argv)
             QCoreApplication::quit();
         }
     });
+    m_application.installEventFilter(this);
     connect(&m_signals, &TerminationSignals::received, &m_application, &QCoreApplication::quit);
 }
 
 void QtApplication::setActivationPolicy(ActivationPolicy policy) {
-    // A window of ours has its entry in the taskbar unless it says otherwise.
-    Q_ASSERT(policy == ActivationPolicy::regular);
+    if (std::exchange(m_policy, policy) == policy) {
+        return;
+    }
+    for (const QWindow* window : visibleWindows()) {
+        applyPolicy(*window);
+    }
+}
+
+bool QtApplication::eventFilter(QObject* watched, QEvent* event) {
+    // A window that has just been mapped is regular.
+    if (event->type() == QEvent::Expose && m_policy != ActivationPolicy::regular) {
+        const auto* window = qobject_cast<QWindow*>(watched);
+        if (window != nullptr && window->isExposed() && visibleWindows().contains(window)) {
+            applyPolicy(*window);
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void QtApplication::applyPolicy(const QWindow& window) {
+    if (m_setInTaskbar) {
+        m_setInTaskbar(window.winId(), m_policy == ActivationPolicy::regular);
+    }
 }
 
 void QtApplication::setDelegate(std::weak_ptr<ApplicationDelegate> delegate) {

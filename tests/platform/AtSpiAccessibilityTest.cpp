@@ -52,7 +52,7 @@ protected:
 
     FakeAtSpiApplication m_application;
     std::shared_ptr<FixedActiveWindow> m_activeWindow = std::make_shared<FixedActiveWindow>();
-    AtSpiAccessibility m_accessibility{m_activeWindow};
+    AtSpiAccessibility m_accessibility{m_activeWindow, 0}; // the application is in this process
 };
 
 TEST_F(AtSpiAccessibilityTest, ReadsTheSelectionAndTheValue) {
