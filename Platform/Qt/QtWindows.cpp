@@ -82,8 +82,10 @@ public:
     void setMinSize(const QSize& size) override { m_window->setMinimumSize(size); }
 
     void center() override {
-        const QRect area = m_window->screen()->availableGeometry();
-        m_window->setPosition(area.center() - QRect({}, m_window->size()).center());
+        const QRect frame =
+            centeredFrame(m_window->size(), m_window->screen()->availableGeometry());
+        m_window->resize(frame.size());
+        m_window->setFramePosition(frame.topLeft());
     }
 
     void setFrameAutosaveName(const QString& name) override {

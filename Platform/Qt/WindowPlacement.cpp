@@ -12,6 +12,9 @@ namespace {
 /// As much of the window's top must be on a screen as a pointer can comfortably take.
 constexpr QSize kHandle(64, 24);
 
+/// More than window managers draw above a window, as a rule.
+constexpr int kTitleBarHeight = 40;
+
 /// X11's coordinates have 16 bits.
 constexpr int kLargest = 32767;
 
@@ -55,6 +58,14 @@ std::optional<QRect> frameFromString(const QString& text) {
     }
     const QRect frame(numbers[0], numbers[1], numbers[2], numbers[3]);
     return frame.isEmpty() ? std::nullopt : std::optional(frame);
+}
+
+QRect centeredFrame(const QSize& size, const QRect& screen) {
+    const QSize fitting = size.boundedTo({screen.width(), screen.height() - kTitleBarHeight});
+    const bool isCut = fitting.height() < size.height();
+    const int left = screen.x() + (screen.width() - fitting.width()) / 2;
+    const int top = isCut ? screen.y() : screen.y() + (screen.height() - fitting.height()) / 2;
+    return {QPoint(left, top), fitting};
 }
 
 QRect reachableFrame(const QRect& frame, const QList<QRect>& screens) {

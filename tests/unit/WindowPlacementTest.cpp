@@ -16,6 +16,14 @@ TEST(WindowPlacement, FramesAreStoredAsText) {
     }
 }
 
+TEST(WindowPlacement, ACentredWindowFitsItsScreenWithItsTitleBar) {
+    const QRect screen(100, 50, 1280, 800);
+    EXPECT_EQ(centeredFrame({480, 680}, screen), QRect(500, 110, 480, 680));
+    // Too high: what a title bar needs is left free at its top.
+    EXPECT_EQ(centeredFrame({480, 900}, screen), QRect(500, 50, 480, 760));
+    EXPECT_EQ(centeredFrame({2000, 680}, screen), QRect(100, 110, 1280, 680));
+}
+
 TEST(WindowPlacement, AFrameOutOfReachIsBroughtBack) {
     const QRect left(0, 0, 1280, 800);
     const QRect right(1280, 100, 1920, 1080);
