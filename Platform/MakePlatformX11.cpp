@@ -17,6 +17,7 @@
 #include "Platform/Qt/SvgSymbolImages.h"
 #include "Platform/X11/XTestKeyEvents.h"
 #include "Platform/X11/XcbActiveWindow.h"
+#include "Platform/X11/XcbEventTaps.h"
 #include "Platform/X11/XcbHotKeys.h"
 #include "Platform/X11/XcbPasteboard.h"
 #include "Platform/X11/XcbTaskbar.h"
@@ -87,6 +88,7 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         std::make_shared<AtSpiAccessibility>(std::make_shared<XcbActiveWindow>(connection));
     platform.pasteboard = std::make_shared<XcbPasteboard>(connection, platform.mainQueue);
     platform.keyEvents = std::make_shared<XTestKeyEvents>(connection, keyboard);
+    platform.eventTaps = std::make_shared<XcbEventTaps>(connection, keyboard);
     platform.standardUserDefaults = std::make_shared<SqliteUserDefaults>(
         SqliteUserDefaults::domainPath(QStringLiteral("standard")));
     platform.userDefaultsSuite = [](const QString& suite) {

@@ -5,6 +5,7 @@
 #include "Platform/Application.h"
 #include "Platform/Authorization.h"
 #include "Platform/Clock.h"
+#include "Platform/EventTaps.h"
 #include "Platform/HotKeys.h"
 #include "Platform/KeyEvents.h"
 #include "Platform/Keychain.h"
@@ -33,6 +34,7 @@ struct Platform {
     std::shared_ptr<Accessibility> accessibility;
     std::shared_ptr<Pasteboard> pasteboard;
     std::shared_ptr<KeyEvents> keyEvents;
+    std::shared_ptr<EventTaps> eventTaps;
     std::shared_ptr<UserDefaults> standardUserDefaults;
     /// Opens a named domain: a new object on every call; null when it cannot be opened.
     std::function<std::shared_ptr<UserDefaults>(const QString& suite)> userDefaultsSuite;

@@ -5,6 +5,7 @@
 #include "Platform/Memory/MemoryApplication.h"
 #include "Platform/Memory/MemoryAuthorization.h"
 #include "Platform/Memory/MemoryClock.h"
+#include "Platform/Memory/MemoryEventTaps.h"
 #include "Platform/Memory/MemoryHotKeys.h"
 #include "Platform/Memory/MemoryKeyEvents.h"
 #include "Platform/Memory/MemoryKeychain.h"
@@ -29,6 +30,7 @@ struct MemoryPlatform {
     std::shared_ptr<MemoryAccessibility> accessibility = std::make_shared<MemoryAccessibility>();
     std::shared_ptr<MemoryPasteboard> pasteboard = std::make_shared<MemoryPasteboard>();
     std::shared_ptr<MemoryKeyEvents> keyEvents = std::make_shared<MemoryKeyEvents>();
+    std::shared_ptr<MemoryEventTaps> eventTaps = std::make_shared<MemoryEventTaps>();
     std::shared_ptr<MemoryUserDefaults> standardUserDefaults =
         std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryUserDefaults> suiteUserDefaults = std::make_shared<MemoryUserDefaults>();
@@ -48,6 +50,7 @@ struct MemoryPlatform {
                 .accessibility = accessibility,
                 .pasteboard = pasteboard,
                 .keyEvents = keyEvents,
+                .eventTaps = eventTaps,
                 .standardUserDefaults = standardUserDefaults,
                 .userDefaultsSuite = [suite = suiteUserDefaults](const QString&) { return suite; },
                 .keychain = keychain,

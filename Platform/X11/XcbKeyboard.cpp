@@ -2,6 +2,7 @@
 #include "Platform/X11/XcbKeyboard.h"
 
 #include "Platform/KeyEvents.h"
+#include "Platform/X11/VirtualKeyCodes.h"
 #include "Platform/X11/XcbXkb.h"
 
 #include <algorithm>
@@ -67,6 +68,23 @@ std::optional<xcb_keycode_t> XcbKeyboard::keyCodeAt(quint16 virtualKey) const {
         return std::nullopt;
     }
     return static_cast<xcb_keycode_t>(key);
+}
+
+quint16 XcbKeyboard::virtualKeyAt(xcb_keycode_t key) const {
+    const char* name = m_keymap ? xkb_keymap_key_get_name(m_keymap.get(), key) : nullptr;
+    const auto* found = std::ranges::find(virtualKeyPositions, std::string_view(name ? name : ""),
+                                          &VirtualKeyPosition::name);
+    return found == std::end(virtualKeyPositions) ? noVirtualKey : found->virtualKey;
+}
+
+xkb_keysym_t XcbKeyboard::keysymOf(xcb_keycode_t key, uint16_t state) const {
+    if (!m_keymap) {
+        return XKB_KEY_NoSymbol;
+    }
+    const std::unique_ptr<xkb_state, void (*)(xkb_state*)> keys(xkb_state_new(m_keymap.get()),
+                                                                xkb_state_unref);
+    xkb_state_update_mask(keys.get(), state & 0xffU, 0, 0, 0, 0, state >> 13 & 3U);
+    return xkb_state_key_get_one_sym(keys.get(), key);
 }
 
 std::optional<xcb_keycode_t> XcbKeyboard::shortcutKeyCode(quint16 virtualKey) const {

@@ -24,6 +24,13 @@ public:
     /// The key code at the position of a virtual key; none for keys that the program never uses.
     [[nodiscard]] std::optional<xcb_keycode_t> keyCodeAt(quint16 virtualKey) const;
 
+    /// The virtual key at a key code's position; `noVirtualKey` for positions that the ANSI
+    /// keyboard does not have.
+    [[nodiscard]] quint16 virtualKeyAt(xcb_keycode_t key) const;
+
+    /// What a key means in a core event's `state`: modifiers, and the layout in bits 13 and 14.
+    [[nodiscard]] xkb_keysym_t keysymOf(xcb_keycode_t key, uint16_t state) const;
+
     /// The key that applications take for Control and the virtual key's letter: the one that bears
     /// the letter in the active layout, or else in the first layout that has it, or else the one
     /// at the letter's ANSI position.
