@@ -16,8 +16,8 @@ namespace velmorin {
 /// None when `text` is no such frame.
 [[nodiscard]] std::optional<QRect> frameFromString(const QString& text);
 
-/// The frame of a window with contents of `size` in the middle of a screen, made smaller if need be.
-/// `screen` is the area free for windows.
+/// The frame of a window with contents of `size` in the middle of a screen, made smaller if need
+/// be. `screen` is the area free for windows.
 [[nodiscard]] QRect centeredFrame(const QSize& size, const QRect& screen);
 
 /// The frame, moved (and made smaller, if need be) onto the nearest of the screens when its user
