@@ -15,8 +15,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr size_t kRecentLimit = 8;
-constexpr auto kSearchLimit = 150ms;
-constexpr auto kSettleLimit = 100ms;
+constexpr auto kSearchLimit = 300ms;
+constexpr auto kSettleLimit = 250ms;
 
 QDBusMessage accessibleCall(const AtSpiAddress& address, const char* method) {
     return QDBusMessage::createMethodCall(address.service, address.path,

@@ -21,7 +21,7 @@ public:
     explicit AtSpiFocus(AtSpiBus& bus);
 
     /// The object of process `processId` that has the focus, one with text if there is one; null
-    /// when there is none or the process does not answer. Waits at most 150 ms, and 250 ms for an
+    /// when there is none or the process does not answer. Waits at most 300 ms, and 250 ms for an
     /// answer that does not come.
     [[nodiscard]] std::shared_ptr<AtSpiElement> find(qint64 processId);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Qt/QtWindows.h"
 
-#include "Platform/Qt/SvgSymbolImages.h"
+#include "Platform/Qt/SymbolProvider.h"
 #include "Platform/Qt/WindowPlacement.h"
 
 #include <QCoreApplication>
@@ -9,7 +9,6 @@
 #include <QGuiApplication>
 #include <QPointer>
 #include <QQmlComponent>
-#include <QQuickImageProvider>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
@@ -25,19 +24,6 @@ namespace {
 
 /// A drag changes the frame some hundred times a second; this often it is stored.
 constexpr auto kSaveInterval = 100ms;
-
-/// Draws "image://symbol/<name>/<aarrggbb>".
-class SymbolProvider : public QQuickImageProvider {
-public:
-    SymbolProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
-
-    QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override {
-        const QImage image = SvgSymbolImages::render(id.section(u'/', 0, 0), requestedSize,
-                                                     QColor(u'#' + id.section(u'/', 1, 1)));
-        *size = image.size();
-        return image;
-    }
-};
 
 QList<QRect> screenAreas() {
     QList<QRect> areas;
@@ -183,7 +169,7 @@ private:
 
 QtWindows::QtWindows(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<UserDefaults> defaults)
     : m_mainQueue(std::move(mainQueue)), m_defaults(std::move(defaults)) {
-    if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software) {
+    if (QQuickWindow::sceneGraphBackend() != QStringLiteral("software")) {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     }
 }
@@ -194,7 +180,7 @@ std::shared_ptr<Window> QtWindows::window(const QSize& contentSize) {
     if (!m_engine) {
         m_engine = std::make_shared<QQmlEngine>();
         m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        m_engine->addImageProvider(QStringLiteral("symbol"), new SymbolProvider);
+        addSymbolProvider(*m_engine);
     }
     return std::make_shared<QuickWindow>(contentSize, m_engine, m_mainQueue, m_defaults);
 }

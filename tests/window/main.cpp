@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QGuiApplication>
+#include <QQuickWindow>
 
 #include <gtest/gtest.h>
 
@@ -8,5 +9,6 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("LC_ALL", "C"); // the log stamps its lines in the user's digits
     const QGuiApplication application(argc, argv);
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     return RUN_ALL_TESTS();
 }
