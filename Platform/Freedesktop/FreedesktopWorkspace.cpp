@@ -56,7 +56,7 @@ bool openSettingsPage(const QString& anchor) {
                          [&](const SettingsPage& page) { return page.anchor == anchor; });
     // The running desktop's own comes first.
     const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
-    std::ranges::stable_partition(pages, [&](const SettingsPage& page) {
+    std::stable_partition(pages.begin(), pages.end(), [&](const SettingsPage& page) {
         return desktops.contains(page.desktop, Qt::CaseInsensitive);
     });
     return std::ranges::any_of(pages, [](const SettingsPage& page) { return start(page.command); });

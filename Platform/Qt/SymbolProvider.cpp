@@ -14,8 +14,8 @@ public:
     SymbolProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
 
     QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override {
-        const QImage image = SvgSymbolImages::render(id.section(u'/', 0, 0), requestedSize,
-                                                     QColor(u'#' + id.section(u'/', 1, 1)));
+        QImage image = SvgSymbolImages::render(id.section(u'/', 0, 0), requestedSize,
+                                               QColor(u'#' + id.section(u'/', 1, 1)));
         *size = image.size();
         return image;
     }
