@@ -8,7 +8,7 @@
 namespace velmorin {
 
 /// One instance of the application in a session: the owner of its name on the session bus, where it
-/// is an org.freedesktop.Application (Desktop Entry Specification, "D-Bus Activation"). Whatever it
+/// is an org.freedesktop.Application (freedesktop.org's "D-Bus Activation"). Whatever it
 /// is asked there means the same: the user wants the application. Main thread.
 class SingleInstance : public QDBusVirtualObject {
     Q_OBJECT

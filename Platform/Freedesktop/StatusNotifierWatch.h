@@ -7,7 +7,7 @@
 
 namespace velmorin {
 
-/// The session bus's "org.kde.StatusNotifierWatcher" (StatusNotifierItem Specification).
+/// The session bus's "org.kde.StatusNotifierWatcher", freedesktop.org's protocol for status icons.
 class StatusNotifierWatch : public TrayWatch {
 public:
     StatusNotifierWatch();

@@ -34,8 +34,8 @@ std::optional<qint64> XcbActiveWindow::clientProcess(xcb_window_t window) const 
     }
     for (auto id = xcb_res_query_client_ids_ids_iterator(reply.get()); id.rem > 0;
          xcb_res_client_id_value_next(&id)) {
-        if ((id.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
-            xcb_res_client_id_value_value_length(id.data) > 0) {
+        // Only the kind of identifier that was asked for is answered.
+        if (xcb_res_client_id_value_value_length(id.data) > 0) {
             return xcb_res_client_id_value_value(id.data)[0];
         }
     }

@@ -6,7 +6,8 @@
 
 namespace velmorin {
 
-/// The owner of the selection "_NET_SYSTEM_TRAY_S<screen>" (System Tray Protocol Specification).
+/// The owner of the selection "_NET_SYSTEM_TRAY_S<screen>" (freedesktop.org's system tray
+/// protocol).
 class XcbTrayWatch : public TrayWatch {
 public:
     explicit XcbTrayWatch(std::shared_ptr<XcbConnection> connection);
