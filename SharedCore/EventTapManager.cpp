@@ -18,11 +18,6 @@ constexpr CGEventMask kMouseMask = eventMaskBit(CGEventType::mouseMoved) |
                                    eventMaskBit(CGEventType::rightMouseDragged);
 constexpr CGEventMask kKeyMask = eventMaskBit(CGEventType::keyDown);
 
-bool isTrusted(Accessibility& accessibility, bool prompt) {
-    return accessibility.isProcessTrustedWithOptions(
-        {{QString::fromLatin1(kAXTrustedCheckOptionPrompt), prompt}});
-}
-
 void print(const char* line) {
     std::puts(line);
     std::fflush(stdout);
@@ -104,11 +99,11 @@ void EventTapManager::stopAll() {
 }
 
 bool EventTapManager::checkAccessibility() const {
-    return isTrusted(*m_platform.accessibility, false);
+    return isAccessibilityTrusted(*m_platform.accessibility, false);
 }
 
 void EventTapManager::requestAccessibility() {
-    std::ignore = isTrusted(*Platform::process().accessibility, true);
+    std::ignore = isAccessibilityTrusted(*Platform::process().accessibility, true);
 }
 
 void EventTapManager::openAccessibilitySettings() {

@@ -7,24 +7,17 @@
 
 namespace velmorin {
 
-namespace {
-bool isTrusted(Accessibility& accessibility, bool prompt) {
-    return accessibility.isProcessTrustedWithOptions(
-        {{QString::fromLatin1(kAXTrustedCheckOptionPrompt), prompt}});
-}
-} // namespace
-
 std::shared_ptr<PermissionsManager> PermissionsManager::shared() {
     return Platform::sharedInstance<PermissionsManager>(
         [](const Platform& platform) { return std::make_shared<PermissionsManager>(platform); });
 }
 
 bool PermissionsManager::isAccessibilityGranted() const {
-    return isTrusted(*m_platform.accessibility, false);
+    return isAccessibilityTrusted(*m_platform.accessibility, false);
 }
 
 void PermissionsManager::requestAccessibility() {
-    std::ignore = isTrusted(*m_platform.accessibility, true);
+    std::ignore = isAccessibilityTrusted(*m_platform.accessibility, true);
 }
 
 void PermissionsManager::openAccessibilitySettings() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Velmorin/VelmorinMainView.h"
 
+#include "SharedCore/PrivacySettings.h"
 #include "Velmorin/AppDelegate.h"
 
 #include <QPointer>
@@ -82,8 +83,7 @@ void VelmorinMainView::clearLog() {
 }
 
 void VelmorinMainView::openAccessibilitySettings() {
-    m_platform.workspace->openUrl(QUrl(QStringLiteral(
-        "x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility")));
+    openPrivacySettings(*m_platform.workspace, "Privacy_Accessibility");
 }
 
 } // namespace velmorin

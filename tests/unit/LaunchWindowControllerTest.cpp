@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "SharedUI/LaunchWindowController.h"
 #include "Platform/Memory/MemoryPlatform.h"
-#include "SharedUI/AppLaunchContainer.h"
 
 #include <gtest/gtest.h>
 
@@ -71,22 +70,6 @@ TEST_F(LaunchWindow, ADeferredRequestWaitsForItsTurnAndDoesNotHoldThePresenter) 
     controller.reset();
     platform.mainQueue->runUntilIdle();
     EXPECT_EQ(built, 1);
-}
-
-TEST_F(LaunchWindow, TheContainerCallsEachBuilderOnce) {
-    int extras = 0;
-    const AppLaunchContainer container(
-        QStringLiteral("App"), [this] { return root(); },
-        [&extras] {
-            ++extras;
-            return View{QUrl(QStringLiteral("qrc:/extra.qml")), {}};
-        });
-    const QVariantMap properties = container.body().properties;
-    EXPECT_EQ(container.body().properties, properties);
-    EXPECT_EQ(properties[QStringLiteral("settingsExtra")].value<View>().source.fileName(),
-              QStringLiteral("extra.qml"));
-    EXPECT_EQ(built, 1);
-    EXPECT_EQ(extras, 1);
 }
 
 } // namespace
