@@ -8,6 +8,7 @@
 #include "Platform/Freedesktop/SingleInstance.h"
 #include "Platform/Freedesktop/SqliteUserDefaults.h"
 #include "Platform/Freedesktop/StatusNotifierWatch.h"
+#include "Platform/Freedesktop/SysfsKernelServices.h"
 #include "Platform/MakePlatform.h"
 #include "Platform/Qt/QtApplication.h"
 #include "Platform/Qt/QtMainQueue.h"
@@ -96,6 +97,7 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
     };
     platform.authorization = std::make_shared<PortalAuthorization>();
     platform.keychain = std::make_shared<SecretServiceKeychain>();
+    platform.kernelServices = std::make_shared<SysfsKernelServices>();
     platform.statusBar = std::make_shared<QtStatusBar>(std::vector<std::shared_ptr<TrayWatch>>{
         std::make_shared<StatusNotifierWatch>(), std::make_shared<XcbTrayWatch>(connection)});
     platform.symbolImages = std::make_shared<SvgSymbolImages>();

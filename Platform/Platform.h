@@ -7,6 +7,7 @@
 #include "Platform/Clock.h"
 #include "Platform/EventTaps.h"
 #include "Platform/HotKeys.h"
+#include "Platform/KernelServices.h"
 #include "Platform/KeyEvents.h"
 #include "Platform/Keychain.h"
 #include "Platform/MainQueue.h"
@@ -39,6 +40,7 @@ struct Platform {
     /// Opens a named domain: a new object on every call; null when it cannot be opened.
     std::function<std::shared_ptr<UserDefaults>(const QString& suite)> userDefaultsSuite;
     std::shared_ptr<Keychain> keychain;
+    std::shared_ptr<KernelServices> kernelServices;
     std::shared_ptr<Authorization> authorization;
     std::shared_ptr<StatusBar> statusBar;
     std::shared_ptr<SymbolImages> symbolImages;

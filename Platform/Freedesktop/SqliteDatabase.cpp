@@ -81,6 +81,14 @@ QVariant column(sqlite3_stmt* statement, int index) {
     }
 }
 
+QVariantList columns(sqlite3_stmt* statement) {
+    QVariantList row;
+    for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+        row.append(column(statement, i));
+    }
+    return row;
+}
+
 } // namespace
 
 SqliteDatabase::SqliteDatabase(const QString& path, Access access, const QDeadlineTimer& deadline)
@@ -107,21 +115,39 @@ SqliteDatabase::SqliteDatabase(const QString& path, Access access, const QDeadli
 
 SqliteDatabase::Result SqliteDatabase::run(const char* sql, const QVariantList& parameters) {
     sqlite3_stmt* statement = nullptr;
+    int code = prepareAndBind(sql, parameters, statement);
+    if (code != SQLITE_OK) {
+        return {code, {}};
+    }
+    code = sqlite3_step(statement);
+    const QVariantList row = code == SQLITE_ROW ? columns(statement) : QVariantList();
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+    return {code == SQLITE_ROW || code == SQLITE_DONE ? SQLITE_OK : code, row};
+}
+
+SqliteDatabase::Rows SqliteDatabase::runForRows(const char* sql, const QVariantList& parameters) {
+    sqlite3_stmt* statement = nullptr;
+    int code = prepareAndBind(sql, parameters, statement);
+    if (code != SQLITE_OK) {
+        return {code, {}};
+    }
+    QList<QVariantList> rows;
+    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        rows.append(columns(statement));
+    }
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+    return {code == SQLITE_DONE ? SQLITE_OK : code, rows};
+}
+
+int SqliteDatabase::prepareAndBind(const char* sql, const QVariantList& parameters,
+                                   sqlite3_stmt*& statement) {
     int code = prepare(sql, statement);
     for (int i = 0; code == SQLITE_OK && i < parameters.size(); ++i) {
         code = bind(statement, i + 1, parameters[i]);
     }
-    if (code != SQLITE_OK) {
-        return {code, {}};
-    }
-    QVariantList row;
-    code = sqlite3_step(statement);
-    for (int i = 0; code == SQLITE_ROW && i < sqlite3_column_count(statement); ++i) {
-        row.append(column(statement, i));
-    }
-    sqlite3_reset(statement);
-    sqlite3_clear_bindings(statement);
-    return {code == SQLITE_ROW || code == SQLITE_DONE ? SQLITE_OK : code, row};
+    return code;
 }
 
 int SqliteDatabase::prepare(const char* sql, sqlite3_stmt*& statement) {

@@ -36,6 +36,13 @@ public:
     /// code is SQLITE_OK on success, with or without a row.
     [[nodiscard]] Result run(const char* sql, const QVariantList& parameters = {});
 
+    /// The same, carried through to its end, for all the rows that it gives.
+    struct Rows {
+        int code = SQLITE_OK;
+        QList<QVariantList> rows;
+    };
+    [[nodiscard]] Rows runForRows(const char* sql, const QVariantList& parameters = {});
+
     [[nodiscard]] bool isReadOnly() const;
     /// Whether the path now leads to another file than this one, or to none.
     [[nodiscard]] bool hasMoved() const;
@@ -54,6 +61,8 @@ private:
     using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
 
     [[nodiscard]] int prepare(const char* sql, sqlite3_stmt*& statement);
+    [[nodiscard]] int prepareAndBind(const char* sql, const QVariantList& parameters,
+                                     sqlite3_stmt*& statement);
 
     std::unique_ptr<sqlite3, Close> m_connection;
     std::map<QByteArray, Statement> m_statements; // go before the connection does

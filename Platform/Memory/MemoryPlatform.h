@@ -7,6 +7,7 @@
 #include "Platform/Memory/MemoryClock.h"
 #include "Platform/Memory/MemoryEventTaps.h"
 #include "Platform/Memory/MemoryHotKeys.h"
+#include "Platform/Memory/MemoryKernelServices.h"
 #include "Platform/Memory/MemoryKeyEvents.h"
 #include "Platform/Memory/MemoryKeychain.h"
 #include "Platform/Memory/MemoryMainQueue.h"
@@ -35,6 +36,7 @@ struct MemoryPlatform {
         std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryUserDefaults> suiteUserDefaults = std::make_shared<MemoryUserDefaults>();
     std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
+    std::shared_ptr<MemoryKernelServices> kernelServices = std::make_shared<MemoryKernelServices>();
     std::shared_ptr<MemoryAuthorization> authorization = std::make_shared<MemoryAuthorization>();
     std::shared_ptr<MemoryStatusBar> statusBar = std::make_shared<MemoryStatusBar>();
     std::shared_ptr<MemorySymbolImages> symbolImages = std::make_shared<MemorySymbolImages>();
@@ -54,6 +56,7 @@ struct MemoryPlatform {
                 .standardUserDefaults = standardUserDefaults,
                 .userDefaultsSuite = [suite = suiteUserDefaults](const QString&) { return suite; },
                 .keychain = keychain,
+                .kernelServices = kernelServices,
                 .authorization = authorization,
                 .statusBar = statusBar,
                 .symbolImages = symbolImages,
