@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/SqliteDefaultsFile.h"
+#include "Platform/Freedesktop/PrivateFile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -30,19 +31,6 @@ constexpr int otherContents = SQLITE_FORMAT; // SQLite itself has no use for it 
 bool isDamage(int code) {
     const int primary = code & 0xff;
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == otherContents;
-}
-
-/// Makes the directory and those above it that are missing, for the user alone. 0 or an errno.
-int makeDirectory(const QString& path) {
-    if (QFileInfo(path).isDir()) {
-        return 0;
-    }
-    const QString parent = QFileInfo(path).path();
-    if (const int error = parent == path ? 0 : makeDirectory(parent); error != 0) {
-        return error;
-    }
-    const bool made = ::mkdir(QFile::encodeName(path).constData(), 0700) == 0;
-    return made || errno == EEXIST ? 0 : errno;
 }
 
 bool renameFile(const QString& from, const QString& to) {
@@ -114,7 +102,7 @@ int SqliteDefaultsFile::open() {
         return SQLITE_OK;
     }
     m_database.reset();
-    m_creationError = makeDirectory(QFileInfo(m_path).path());
+    m_creationError = makePrivateDirectory(QFileInfo(m_path).path());
     const DirectoryLock lock(QFileInfo(m_path).path(), m_deadline);
     if (lock.isTaken()) {
         return SQLITE_BUSY;
