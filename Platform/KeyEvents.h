@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 #include <memory>
 
@@ -35,10 +35,11 @@ struct KeyboardEvent {
     quint16 keyCode = 0;
     bool keyDown = false;
     quint64 flags = 0;
+    QString unicodeString; ///< What the key types, in place of what is on it; empty for the latter.
 };
 using CGEventRef = std::shared_ptr<KeyboardEvent>;
 
-/// Synthetic key presses. Main thread; nothing waits.
+/// Synthetic key presses. Main thread, but for `post()`.
 class KeyEvents {
 public:
     virtual ~KeyEvents() = default;
@@ -52,7 +53,9 @@ public:
 
     /// Sends the event to whatever has the keyboard focus. The event's flags replace the
     /// modifiers that the user holds: the receiver sees exactly the flags, and once the key is up
-    /// again the modifiers are as the user holds them.
+    /// again the modifiers are as the user holds them. An event of the key's own returns at once;
+    /// one that types a text may wait, shortly, for the receiver. Any thread; another one than the
+    /// main thread waits for that.
     virtual void post(CGEventTapLocation location, const CGEventRef& event) = 0;
 };
 

@@ -3,6 +3,11 @@
 
 #include "SharedCore/PrivacySettings.h"
 
+#include <unicode/ubrk.h>
+
+#include <QStringList>
+
+#include <chrono>
 #include <cstdio>
 #include <limits>
 #include <utility>
@@ -12,6 +17,9 @@ namespace velmorin {
 namespace {
 
 constexpr qsizetype kMaximumText = 4; // UTF-16 units
+
+constexpr quint16 kTypedKey = 0;
+constexpr std::chrono::microseconds kTypingPace{10'000};
 
 constexpr CGEventMask kMouseMask = eventMaskBit(CGEventType::mouseMoved) |
                                    eventMaskBit(CGEventType::leftMouseDragged) |
@@ -33,6 +41,23 @@ void report(const TappedEvent& event, const EventTapManager::KeyCallback& callba
     if (callback) {
         callback(text, keyCode, isDelete);
     }
+}
+
+QStringList graphemeClusters(const QString& text) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::LocalUBreakIteratorPointer breaks(ubrk_open(
+        UBRK_CHARACTER, "", QStringView(text).utf16(), static_cast<int32_t>(text.size()), &status));
+    if (U_FAILURE(status)) {
+        qFatal("There are no rules for characters");
+    }
+    QStringList clusters;
+    int32_t start = ubrk_first(breaks.getAlias());
+    for (int32_t end = ubrk_next(breaks.getAlias()); end != UBRK_DONE;
+         end = ubrk_next(breaks.getAlias())) {
+        clusters.append(text.sliced(start, end - start));
+        start = end;
+    }
+    return clusters;
 }
 
 } // namespace
@@ -100,6 +125,25 @@ void EventTapManager::stopAll() {
 
 bool EventTapManager::checkAccessibility() const {
     return isAccessibilityTrusted(*m_platform.accessibility, false);
+}
+
+void EventTapManager::typeText(const QString& text) {
+    const Platform& platform = Platform::process();
+    for (const QString& character : graphemeClusters(text)) {
+        const CGEventSourceRef source =
+            platform.keyEvents->createSource(CGEventSourceStateID::combinedSession);
+        const CGEventRef down = platform.keyEvents->createKeyboardEvent(source, kTypedKey, true);
+        const CGEventRef up = platform.keyEvents->createKeyboardEvent(source, kTypedKey, false);
+        if (!down || !up) {
+            qFatal("The system takes no synthetic keys");
+        }
+        for (const CGEventRef& event : {down, up}) {
+            event->flags = 0;
+            event->unicodeString = character;
+            platform.keyEvents->post(CGEventTapLocation::annotatedSession, event);
+        }
+        platform.clock->sleep(kTypingPace);
+    }
 }
 
 void EventTapManager::requestAccessibility() {

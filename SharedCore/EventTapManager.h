@@ -48,6 +48,12 @@ public:
     static void openAccessibilitySettings();
     static void openInputMonitoringSettings();
 
+    /// Types the text into whatever has the keyboard focus, as key presses without modifiers, and
+    /// waits 10 ms after each user-perceived character (extended grapheme cluster, UAX #29). Any
+    /// thread; the main thread turns no event loop meanwhile, so that long texts belong on another
+    /// one. Ends the process where the system takes no synthetic keys.
+    static void typeText(const QString& text);
+
 private:
     struct Callbacks {
         MouseCallback mouse;

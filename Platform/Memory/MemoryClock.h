@@ -20,10 +20,14 @@ public:
     [[nodiscard]] QDateTime now() const override {
         using std::chrono::milliseconds;
         return m_start.addMSecs(
-            std::chrono::duration_cast<milliseconds>(m_mainQueue->now()).count());
+            std::chrono::duration_cast<milliseconds>(m_mainQueue->now() + m_slept).count());
     }
+    void sleep(std::chrono::microseconds time) const override { m_slept += time; }
+
+    [[nodiscard]] std::chrono::microseconds slept() const { return m_slept; }
 
 private:
+    mutable std::chrono::microseconds m_slept{0};
     const std::shared_ptr<const MemoryMainQueue> m_mainQueue;
     const QDateTime m_start;
 };

@@ -19,6 +19,7 @@ public:
         quint16 keyCode;
         bool keyDown;
         quint64 flags;
+        QString unicodeString = {};
 
         bool operator==(const Posted&) const = default;
     };
@@ -35,12 +36,13 @@ public:
         // As if the user were holding something: flags that are not replaced would show.
         constexpr quint64 heldFlags = 0x80000;
         return std::make_shared<KeyboardEvent>(
-            KeyboardEvent{source, virtualKey, keyDown, heldFlags});
+            KeyboardEvent{source, virtualKey, keyDown, heldFlags, {}});
     }
 
     void post(CGEventTapLocation location, const CGEventRef& event) override {
         const auto& source = static_cast<const Source&>(*event->source);
-        const Posted posted{source.state, location, event->keyCode, event->keyDown, event->flags};
+        const Posted posted{source.state,   location,     event->keyCode,
+                            event->keyDown, event->flags, event->unicodeString};
         m_journal.push_back(posted);
         if (onPost) {
             onPost(posted);

@@ -6,6 +6,8 @@
 
 #include <QObject>
 
+#include <thread>
+
 namespace velmorin {
 
 /// The event loop of the thread that made this object, which must be the main thread.
@@ -20,6 +22,7 @@ public:
 class QtClock : public Clock {
 public:
     [[nodiscard]] QDateTime now() const override { return QDateTime::currentDateTime(); }
+    void sleep(std::chrono::microseconds time) const override { std::this_thread::sleep_for(time); }
 };
 
 } // namespace velmorin

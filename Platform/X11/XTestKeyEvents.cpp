@@ -1,15 +1,30 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/XTestKeyEvents.h"
 
+#include <QThread>
+
 #include <algorithm>
+#include <functional>
+#include <iterator>
 
 #include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
 
 namespace velmorin {
 
+namespace {
+
+/// What a key must bear for applications to insert the character.
+xkb_keysym_t typingKeysym(char32_t codePoint) {
+    return codePoint == U'\n' ? xkb_keysym_t{XKB_KEY_Return} : xkb_utf32_to_keysym(codePoint);
+}
+
+} // namespace
+
 XTestKeyEvents::XTestKeyEvents(std::shared_ptr<XcbConnection> connection,
                                std::shared_ptr<XcbKeyboard> keyboard)
-    : m_connection(std::move(connection)), m_keyboard(std::move(keyboard)) {
+    : m_connection(std::move(connection)), m_keyboard(std::move(keyboard)),
+      m_spareKeys(m_connection) {
     const XcbPtr<xcb_test_get_version_reply_t> version(xcb_test_get_version_reply(
         m_connection->get(), xcb_test_get_version(m_connection->get(), 2, 2), nullptr));
     m_available = version != nullptr;
@@ -24,60 +39,73 @@ CGEventRef XTestKeyEvents::createKeyboardEvent(const CGEventSourceRef& source, q
     if (!m_keyboard->shortcutKeyCode(virtualKey)) {
         return nullptr;
     }
-    return std::make_shared<KeyboardEvent>(KeyboardEvent{source, virtualKey, keyDown, 0});
+    return std::make_shared<KeyboardEvent>(KeyboardEvent{source, virtualKey, keyDown, 0, {}});
 }
 
-void XTestKeyEvents::post(CGEventTapLocation /*location*/, const CGEventRef& event) {
+void XTestKeyEvents::post(CGEventTapLocation location, const CGEventRef& event) {
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this, [&] { post(location, event); }, Qt::BlockingQueuedConnection);
+        return;
+    }
     if (!event || !event->source) {
         return;
     }
     if (m_replaced && (event->keyDown || m_replaced->virtualKey != event->keyCode)) {
         release(); // a key whose release was never posted
     }
-    if (event->keyDown) {
-        press(event->keyCode, (event->flags & kCGEventFlagMaskCommand) != 0);
-    } else if (m_replaced) {
-        release();
+    if (!event->unicodeString.isEmpty()) {
+        if (event->keyDown) {
+            type(event->unicodeString);
+        }
+    } else if (!event->keyDown) {
+        if (m_replaced) {
+            release();
+        }
+    } else if (const auto key = m_keyboard->shortcutKeyCode(event->keyCode)) {
+        press({.virtualKey = event->keyCode,
+               .command = (event->flags & kCGEventFlagMaskCommand) != 0},
+              {.key = *key});
     }
 }
 
-void XTestKeyEvents::press(quint16 virtualKey, bool command) {
-    const std::optional<xcb_keycode_t> key = m_keyboard->shortcutKeyCode(virtualKey);
-    if (!key) {
-        return;
+void XTestKeyEvents::type(QString text) {
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    for (const char32_t codePoint : text.toUcs4()) {
+        const xkb_keysym_t keysym = typingKeysym(codePoint);
+        std::optional<XcbKeyboard::KeyStroke> stroke = m_keyboard->keyStrokeFor(
+            keysym, [this](xcb_keycode_t key) { return m_spareKeys.isBorrowed(key); });
+        if (const auto spare = stroke ? std::nullopt : m_spareKeys.keyFor(keysym)) {
+            stroke = {.key = *spare};
+        }
+        if (stroke) {
+            press({.command = false}, *stroke);
+            release();
+        }
     }
-    Replaced replaced{virtualKey, *key, {}, {}, m_keyboard->keysHeldOnDevices()};
+}
+
+void XTestKeyEvents::press(Replaced replaced, const XcbKeyboard::KeyStroke& stroke) {
+    replaced.key = stroke.key;
+    replaced.heldOnDevices = m_keyboard->keysHeldOnDevices();
+    m_replaced = std::move(replaced);
     xcb_connection_t* c = m_connection->get();
     // No other client may press or lift a modifier between our look at the keys and the last key
     // that is put back: a modifier that is let go in between would be pressed again for good.
     // Until the hotkey's key is up its grab sends all keys to us, so it is given up first.
     xcb_grab_server(c);
     xcb_ungrab_keyboard(c, XCB_CURRENT_TIME);
-    const XcbKeyboard::KeySet pressed = m_keyboard->pressedKeys();
-    const std::vector<xcb_keycode_t>& controls = m_keyboard->controlKeys();
-    const auto isControl = [&](xcb_keycode_t candidate) {
-        return std::find(controls.begin(), controls.end(), candidate) != controls.end();
-    };
-    const bool controlHeld = std::any_of(controls.begin(), controls.end(),
-                                         [&](auto control) { return pressed[control]; });
-    if (command && !controlHeld && !controls.empty()) {
-        replaced.control = controls.front();
-        fake(XCB_KEY_PRESS, *replaced.control);
+    liftHeld();
+    if (!m_replaced->command) {
+        setUp(stroke);
     }
-    for (const xcb_keycode_t modifier : m_keyboard->holdModifierKeys()) {
-        if (pressed[modifier] && !(command && isControl(modifier))) {
-            fake(XCB_KEY_RELEASE, modifier);
-            replaced.lifted.push_back(modifier);
-        }
-    }
-    fake(XCB_KEY_PRESS, *key);
-    m_replaced = std::move(replaced);
+    fake(XCB_KEY_PRESS, stroke.key);
     m_connection->flush();
     // The server is given back when the key is up; a caller that never posts that must not freeze
     // the desktop, so it is also given back as soon as the event loop turns.
     QMetaObject::invokeMethod(
         this,
-        [this, key = *key] {
+        [this, key = stroke.key] {
             if (m_replaced && m_replaced->key == key) {
                 release();
             }
@@ -85,13 +113,57 @@ void XTestKeyEvents::press(quint16 virtualKey, bool command) {
         Qt::QueuedConnection);
 }
 
+void XTestKeyEvents::liftHeld() {
+    const XcbKeyboard::KeySet pressed = m_keyboard->pressedKeys();
+    const std::vector<xcb_keycode_t>& controls = m_keyboard->controlKeys();
+    const auto isControl = [&](xcb_keycode_t key) {
+        return std::find(controls.begin(), controls.end(), key) != controls.end();
+    };
+    std::vector<xcb_keycode_t> held;
+    std::copy_if(m_keyboard->holdModifierKeys().begin(), m_keyboard->holdModifierKeys().end(),
+                 std::back_inserter(held), [&](xcb_keycode_t key) { return pressed[key]; });
+    const auto heldControls =
+        std::stable_partition(held.begin(), held.end(), std::not_fn(isControl));
+    const bool isNeeded = m_replaced->command || heldControls != held.begin();
+    if (isNeeded && heldControls == held.end() && !controls.empty()) {
+        m_replaced->control = controls.front();
+        fake(XCB_KEY_PRESS, *m_replaced->control);
+    }
+    if (m_replaced->command) {
+        held.erase(heldControls, held.end());
+    }
+    for (const xcb_keycode_t modifier : held) {
+        fake(XCB_KEY_RELEASE, modifier);
+    }
+    m_replaced->lifted = std::move(held);
+    if (m_replaced->control && !m_replaced->command) {
+        fake(XCB_KEY_RELEASE, *m_replaced->control);
+    }
+}
+
+void XTestKeyEvents::setUp(const XcbKeyboard::KeyStroke& stroke) {
+    m_replaced->locks = m_keyboard->locks();
+    m_replaced->changedLocks = {0, stroke.layout.value_or(m_replaced->locks.layout)};
+    m_keyboard->changeLocks(m_replaced->locks, m_replaced->changedLocks);
+    if (stroke.isShifted && !m_keyboard->shiftKeys().empty()) {
+        m_replaced->shift = m_keyboard->shiftKeys().front();
+        fake(XCB_KEY_PRESS, *m_replaced->shift);
+    }
+}
+
 void XTestKeyEvents::release() {
     const Replaced replaced = std::move(*m_replaced);
     m_replaced.reset();
     fake(XCB_KEY_RELEASE, replaced.key);
-    for (const xcb_keycode_t modifier : replaced.lifted) {
-        fake(XCB_KEY_PRESS, modifier);
+    if (replaced.shift) {
+        fake(XCB_KEY_RELEASE, *replaced.shift);
     }
+    m_keyboard->changeLocks(replaced.changedLocks, replaced.locks);
+    if (replaced.control && !replaced.command) {
+        fake(XCB_KEY_PRESS, *replaced.control);
+    }
+    std::for_each(replaced.lifted.rbegin(), replaced.lifted.rend(),
+                  [this](xcb_keycode_t modifier) { fake(XCB_KEY_PRESS, modifier); });
     if (replaced.control) {
         fake(XCB_KEY_RELEASE, *replaced.control);
     }

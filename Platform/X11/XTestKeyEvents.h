@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/KeyEvents.h"
+#include "Platform/X11/SpareKeys.h"
 #include "Platform/X11/XcbKeyboard.h"
 
 #include <vector>
@@ -13,6 +14,10 @@ namespace velmorin {
 /// A key that is posted with flags replaces the modifiers that the user holds: they are lifted
 /// before the key and pressed again after it. Each press and lift is made while Control is down,
 /// since applications take a lone press and release of Alt for "open the menu bar".
+///
+/// A text is typed code point by code point, in whatever layout has it, with all locks off. What no
+/// layout has is typed on keys that bear nothing else. That comes second, since each change of the
+/// keyboard map costs every application some time (openbox 0.05 s).
 class XTestKeyEvents : public QObject, public KeyEvents {
     Q_OBJECT
 
@@ -30,17 +35,25 @@ private:
     struct Replaced {
         quint16 virtualKey = 0;
         xcb_keycode_t key = 0;
-        std::optional<xcb_keycode_t> control;
-        std::vector<xcb_keycode_t> lifted;
-        XcbKeyboard::KeySet heldOnDevices;
+        bool command = false;
+        std::optional<xcb_keycode_t> control = {}; ///< That we press, the user holds none.
+        std::vector<xcb_keycode_t> lifted = {};
+        std::optional<xcb_keycode_t> shift = {}; ///< That we press for the key.
+        XcbKeyboard::Locks locks = {};           ///< As the user has them.
+        XcbKeyboard::Locks changedLocks = {};
+        XcbKeyboard::KeySet heldOnDevices = {};
     };
 
-    void press(quint16 virtualKey, bool command);
+    void press(Replaced replaced, const XcbKeyboard::KeyStroke& stroke);
     void release();
+    void liftHeld();
+    void setUp(const XcbKeyboard::KeyStroke& stroke);
+    void type(QString text);
     void fake(uint8_t type, xcb_keycode_t key);
 
     std::shared_ptr<XcbConnection> m_connection;
     std::shared_ptr<XcbKeyboard> m_keyboard;
+    SpareKeys m_spareKeys;
     std::optional<Replaced> m_replaced;
     bool m_available = false;
 };

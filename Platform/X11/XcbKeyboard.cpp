@@ -45,6 +45,13 @@ const KeyPosition* positionOf(quint16 virtualKey) {
     return found == kPositions.end() ? nullptr : found;
 }
 
+/// There are two keysyms for some characters. Keys of the keypad are not meant.
+bool isSameCharacter(xkb_keysym_t first, xkb_keysym_t second) {
+    const bool isKeypad = first >= XKB_KEY_KP_Space && first <= XKB_KEY_KP_Equal;
+    const uint32_t character = isKeypad ? 0 : xkb_keysym_to_utf32(first);
+    return first == second || (character != 0 && character == xkb_keysym_to_utf32(second));
+}
+
 } // namespace
 
 XcbKeyboard::XcbKeyboard(std::shared_ptr<XcbConnection> connection)
@@ -111,6 +118,45 @@ std::optional<xcb_keycode_t> XcbKeyboard::shortcutKeyCode(quint16 virtualKey) co
     return position;
 }
 
+std::optional<XcbKeyboard::KeyStroke> XcbKeyboard::keyStrokeFor(xkb_keysym_t keysym,
+                                                                const KeyFilter& isIgnored) const {
+    const xkb_layout_index_t active = activeLayout();
+    const xkb_layout_index_t count = m_keymap ? xkb_keymap_num_layouts(m_keymap.get()) : 0;
+    for (xkb_layout_index_t i = 0; i < count; ++i) {
+        const xkb_layout_index_t layout = (active + i) % count;
+        if (auto stroke = keyStrokeIn(layout, keysym, isIgnored)) {
+            stroke->layout = static_cast<uint8_t>(layout);
+            return stroke;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<XcbKeyboard::KeyStroke> XcbKeyboard::keyStrokeIn(xkb_layout_index_t layout,
+                                                               xkb_keysym_t keysym,
+                                                               const KeyFilter& isIgnored) const {
+    const xkb_mod_mask_t shift = xkb_mod_mask_t{1}
+                                 << xkb_keymap_mod_get_index(m_keymap.get(), XKB_MOD_NAME_SHIFT);
+    for (const bool isShifted : {false, true}) {
+        for (xkb_keycode_t key = xkb_keymap_min_keycode(m_keymap.get());
+             key <= std::min(xkb_keymap_max_keycode(m_keymap.get()), xkb_keycode_t{255}); ++key) {
+            const xkb_level_index_t level = isShifted ? 1 : 0;
+            std::array<xkb_mod_mask_t, 16> masks{};
+            const size_t count = xkb_keymap_key_get_mods_for_level(
+                m_keymap.get(), key, layout, level, masks.data(), masks.size());
+            const auto* end = masks.begin() + count;
+            const xkb_keysym_t* keysyms = nullptr;
+            if (std::find(masks.cbegin(), end, isShifted ? shift : 0) != end &&
+                xkb_keymap_key_get_syms_by_level(m_keymap.get(), key, layout, level, &keysyms) ==
+                    1 &&
+                isSameCharacter(*keysyms, keysym) && !isIgnored(static_cast<xcb_keycode_t>(key))) {
+                return KeyStroke{.key = static_cast<xcb_keycode_t>(key), .isShifted = isShifted};
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 uint16_t XcbKeyboard::modifierMask(std::span<const xkb_keysym_t> keysyms) const {
     for (size_t bit = 0; bit < m_modifierKeys.size(); ++bit) {
         if (std::any_of(m_modifierKeys[bit].begin(), m_modifierKeys[bit].end(),
@@ -119,6 +165,24 @@ uint16_t XcbKeyboard::modifierMask(std::span<const xkb_keysym_t> keysyms) const 
         }
     }
     return 0;
+}
+
+XcbKeyboard::Locks XcbKeyboard::locks() const {
+    const std::array numLock{xkb_keysym_t{XKB_KEY_Num_Lock}};
+    const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
+        m_connection->get(), xcb_xkb_get_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD),
+        nullptr));
+    return state ? Locks{static_cast<uint8_t>(state->lockedMods & ~modifierMask(numLock)),
+                         state->lockedGroup}
+                 : Locks{};
+}
+
+void XcbKeyboard::changeLocks(const Locks& from, const Locks& to) const {
+    if (from != to) {
+        xcb_xkb_latch_lock_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD,
+                                 from.modifiers | to.modifiers, to.modifiers, 1, to.layout, 0, 0,
+                                 0);
+    }
 }
 
 XcbKeyboard::KeySet XcbKeyboard::pressedKeys() const {
@@ -222,14 +286,17 @@ void XcbKeyboard::loadModifiers() {
 }
 
 void XcbKeyboard::handleEvent(const xcb_generic_event_t& event) {
-    const uint8_t xkbEvent = m_connection->firstEvent(&xcb_xkb_id);
-    const bool coreChange =
-        eventType(event) == XCB_MAPPING_NOTIFY &&
-        eventAs<xcb_mapping_notify_event_t>(event).request != XCB_MAPPING_POINTER;
-    // The second byte of an XKB event tells its kind; both kinds that are selected mean the same.
-    if (!coreChange && (xkbEvent == 0 || eventType(event) != xkbEvent)) {
+    const auto isChange = [xkbEvent = m_connection->firstEvent(&xcb_xkb_id)](const auto& change) {
+        const bool isCoreChange =
+            eventType(change) == XCB_MAPPING_NOTIFY &&
+            eventAs<xcb_mapping_notify_event_t>(change).request != XCB_MAPPING_POINTER;
+        // The second byte of an XKB event tells its kind; both that are selected mean the same.
+        return isCoreChange || (xkbEvent != 0 && eventType(change) == xkbEvent);
+    };
+    if (!isChange(event)) {
         return;
     }
+    std::ignore = m_connection->takeAll(isChange); // they often come in dozens
     loadMap();
     for (const std::weak_ptr<const MapListener>& weak : m_mapListeners) {
         if (const std::shared_ptr<const MapListener> listener = weak.lock()) {

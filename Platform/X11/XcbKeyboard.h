@@ -40,14 +40,38 @@ public:
     /// French keyboard, where Control+Q quits), so the letter decides and not the position.
     [[nodiscard]] std::optional<xcb_keycode_t> shortcutKeyCode(quint16 virtualKey) const;
 
+    /// The key that types the character, with or without Shift, and the layout in which it does;
+    /// the active layout first. None when no layout has it so. Keys that `isIgnored` are not meant.
+    struct KeyStroke {
+        xcb_keycode_t key = 0;
+        bool isShifted = false;
+        std::optional<uint8_t> layout = std::nullopt; ///< None when it is any.
+    };
+    using KeyFilter = std::function<bool(xcb_keycode_t key)>;
+    [[nodiscard]] std::optional<KeyStroke> keyStrokeFor(xkb_keysym_t keysym,
+                                                        const KeyFilter& isIgnored) const;
+
     /// The modifier bit (1 << 0 Shift ... 1 << 7 Mod5) that a key with one of `keysyms` sets; 0
     /// when there is none.
     [[nodiscard]] uint16_t modifierMask(std::span<const xkb_keysym_t> keysyms) const;
 
     /// The keys that set modifiers as long as they are held: not the lock keys.
     [[nodiscard]] const std::vector<xcb_keycode_t>& holdModifierKeys() const { return m_holdKeys; }
-    /// Those of them that set Control, the left one first.
+    [[nodiscard]] const std::vector<xcb_keycode_t>& shiftKeys() const { return m_modifierKeys[0]; }
+    /// Those that set Control, the left one first.
     [[nodiscard]] const std::vector<xcb_keycode_t>& controlKeys() const { return m_controlKeys; }
+
+    /// What stays on when no key is held. The modifiers are bits, without Num Lock, which no letter
+    /// minds.
+    struct Locks {
+        uint8_t modifiers = 0;
+        uint8_t layout = 0;
+        bool operator==(const Locks&) const = default;
+    };
+    /// One round trip.
+    [[nodiscard]] Locks locks() const;
+    /// Changes from the one to the other; what is in neither stays.
+    void changeLocks(const Locks& from, const Locks& to) const;
 
     /// The keys that are down as the core protocol sees them. One round trip.
     using KeySet = std::bitset<256>;
@@ -74,6 +98,8 @@ private:
     void handleEvent(const xcb_generic_event_t& event);
     [[nodiscard]] bool bears(xcb_keycode_t key, xkb_layout_index_t layout,
                              std::span<const xkb_keysym_t> keysyms) const;
+    [[nodiscard]] std::optional<KeyStroke>
+    keyStrokeIn(xkb_layout_index_t layout, xkb_keysym_t keysym, const KeyFilter& isIgnored) const;
     [[nodiscard]] bool bearsInAnyLayout(xcb_keycode_t key,
                                         std::span<const xkb_keysym_t> keysyms) const;
     [[nodiscard]] xkb_layout_index_t activeLayout() const;

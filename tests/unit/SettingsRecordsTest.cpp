@@ -102,6 +102,7 @@ TEST_F(SettingsRecords, membersOfALaterVersionAreIgnored) {
 /// A clock that is a second later each time it is read.
 class TickingClock final : public Clock {
 public:
+    void sleep(std::chrono::microseconds /*time*/) const override {}
     [[nodiscard]] QDateTime now() const override { return at(m_second++); }
     static QDateTime at(int second) {
         return QDateTime(QDate(2001, 1, 1), QTime(0, 0, second), Qt::UTC);

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/X11/FocusPing.h"
+
+#include <QByteArray>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace velmorin {
+namespace {
+
+bool takesPings(XcbConnection& connection, xcb_window_t window) {
+    constexpr uint32_t maximum = 1024;
+    const XcbConnection::Property protocols =
+        connection.property(window, connection.atom("WM_PROTOCOLS"), maximum);
+    std::vector<xcb_atom_t> atoms(static_cast<size_t>(protocols.bytes.size()) / sizeof(xcb_atom_t));
+    std::memcpy(atoms.data(), protocols.bytes.constData(), atoms.size() * sizeof(xcb_atom_t));
+    return protocols.format == 32 &&
+           std::find(atoms.begin(), atoms.end(), connection.atom("_NET_WM_PING")) != atoms.end();
+}
+
+/// The window that has the focus, or the one around it that takes pings; XCB_NONE without such.
+xcb_window_t pingedWindow(XcbConnection& connection) {
+    xcb_connection_t* c = connection.get();
+    const XcbPtr<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_NONE};
+    while (window > XCB_INPUT_FOCUS_POINTER_ROOT && window != connection.root()) {
+        if (takesPings(connection, window)) {
+            return window;
+        }
+        const XcbPtr<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+        window = tree ? tree->parent : xcb_window_t{XCB_NONE};
+    }
+    return XCB_NONE;
+}
+
+/// Has the answers, which go to the root window, reported as long as it lives.
+class AnswersSelected {
+public:
+    explicit AnswersSelected(XcbConnection& connection) : m_connection(connection) {
+        xcb_connection_t* c = connection.get();
+        const XcbPtr<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+            c, xcb_get_window_attributes(c, connection.root()), nullptr));
+        m_before = attributes ? attributes->your_event_mask : 0;
+        select(m_before | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+    }
+    ~AnswersSelected() { select(m_before); }
+    Q_DISABLE_COPY_MOVE(AnswersSelected)
+
+private:
+    void select(uint32_t mask) {
+        xcb_change_window_attributes(m_connection.get(), m_connection.root(), XCB_CW_EVENT_MASK,
+                                     &mask);
+    }
+
+    XcbConnection& m_connection;
+    uint32_t m_before = 0;
+};
+
+} // namespace
+
+bool pingFocus(XcbConnection& connection, const QDeadlineTimer& deadline) {
+    const xcb_window_t window = pingedWindow(connection);
+    if (window == XCB_NONE) {
+        return false;
+    }
+    const AnswersSelected selected(connection);
+    xcb_client_message_event_t ping{};
+    ping.response_type = XCB_CLIENT_MESSAGE;
+    ping.format = 32;
+    ping.window = window;
+    ping.type = connection.atom("WM_PROTOCOLS");
+    ping.data.data32[0] = connection.atom("_NET_WM_PING");
+    ping.data.data32[1] = connection.serverTime();
+    ping.data.data32[2] = window;
+    xcb_send_event(connection.get(), 0, window, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&ping));
+    const auto isAnswer = [&](const xcb_generic_event_t& event) {
+        return eventType(event) == XCB_CLIENT_MESSAGE &&
+               std::equal(std::begin(ping.data.data32), std::begin(ping.data.data32) + 3,
+                          std::begin(eventAs<xcb_client_message_event_t>(event).data.data32));
+    };
+    return connection.waitFor(isAnswer, deadline) != nullptr;
+}
+
+} // namespace velmorin
