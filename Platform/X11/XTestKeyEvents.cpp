@@ -36,7 +36,7 @@ CGEventSourceRef XTestKeyEvents::createSource(CGEventSourceStateID /*state*/) {
 
 CGEventRef XTestKeyEvents::createKeyboardEvent(const CGEventSourceRef& source, quint16 virtualKey,
                                                bool keyDown) {
-    if (!m_keyboard->shortcutKeyCode(virtualKey)) {
+    if (!m_keyboard->keyCodeAt(virtualKey)) {
         return nullptr;
     }
     return std::make_shared<KeyboardEvent>(KeyboardEvent{source, virtualKey, keyDown, 0, {}});
@@ -62,11 +62,19 @@ void XTestKeyEvents::post(CGEventTapLocation location, const CGEventRef& event) 
         if (m_replaced) {
             release();
         }
-    } else if (const auto key = m_keyboard->shortcutKeyCode(event->keyCode)) {
+    } else if (const auto key = keyFor(event->keyCode)) {
         press({.virtualKey = event->keyCode,
                .command = (event->flags & kCGEventFlagMaskCommand) != 0},
               {.key = *key});
     }
+}
+
+std::optional<xcb_keycode_t> XTestKeyEvents::keyFor(quint16 virtualKey) {
+    auto key = m_keyboard->shortcutKeyCode(virtualKey);
+    if (!key || m_spareKeys.isBorrowed(*key)) {
+        key = m_spareKeys.keyFor(XcbKeyboard::letterOn(virtualKey));
+    }
+    return key ? key : m_keyboard->keyCodeAt(virtualKey);
 }
 
 void XTestKeyEvents::type(QString text) {

@@ -44,6 +44,7 @@ private:
         XcbKeyboard::KeySet heldOnDevices = {};
     };
 
+    [[nodiscard]] std::optional<xcb_keycode_t> keyFor(quint16 virtualKey);
     void press(Replaced replaced, const XcbKeyboard::KeyStroke& stroke);
     void release();
     void liftHeld();

@@ -96,10 +96,10 @@ xkb_keysym_t XcbKeyboard::keysymOf(xcb_keycode_t key, uint16_t state) const {
 
 std::optional<xcb_keycode_t> XcbKeyboard::shortcutKeyCode(quint16 virtualKey) const {
     const std::optional<xcb_keycode_t> position = keyCodeAt(virtualKey);
-    if (!position || positionOf(virtualKey)->letter == XKB_KEY_NoSymbol) {
+    const std::array letter{letterOn(virtualKey)};
+    if (!position || letter.front() == XKB_KEY_NoSymbol) {
         return position;
     }
-    const std::array letter{positionOf(virtualKey)->letter};
     std::vector<xkb_layout_index_t> layouts{activeLayout()};
     for (xkb_layout_index_t i = 0; i < xkb_keymap_num_layouts(m_keymap.get()); ++i) {
         layouts.push_back(i);
@@ -115,7 +115,12 @@ std::optional<xcb_keycode_t> XcbKeyboard::shortcutKeyCode(quint16 virtualKey) co
             }
         }
     }
-    return position;
+    return std::nullopt;
+}
+
+xkb_keysym_t XcbKeyboard::letterOn(quint16 virtualKey) {
+    const KeyPosition* position = positionOf(virtualKey);
+    return position != nullptr ? position->letter : xkb_keysym_t{XKB_KEY_NoSymbol};
 }
 
 std::optional<XcbKeyboard::KeyStroke> XcbKeyboard::keyStrokeFor(xkb_keysym_t keysym,

@@ -32,13 +32,15 @@ public:
     [[nodiscard]] xkb_keysym_t keysymOf(xcb_keycode_t key, uint16_t state) const;
 
     /// The key that applications take for Control and the virtual key's letter: the one that bears
-    /// the letter in the active layout, or else in the first layout that has it, or else the one
-    /// at the letter's ANSI position.
+    /// the letter in the active layout, or else in the first layout that has it. None when no
+    /// layout has it. Of a virtual key without a letter, the key at its position.
     ///
     /// Applications look for a shortcut's letter in the active layout first and then in the
     /// others. On a layout that is not QWERTY the position of A may bear another letter (Q on a
     /// French keyboard, where Control+Q quits), so the letter decides and not the position.
     [[nodiscard]] std::optional<xcb_keycode_t> shortcutKeyCode(quint16 virtualKey) const;
+    /// The letter on the virtual key; XKB_KEY_NoSymbol when it bears none.
+    [[nodiscard]] static xkb_keysym_t letterOn(quint16 virtualKey);
 
     /// The key that types the character, with or without Shift, and the layout in which it does;
     /// the active layout first. None when no layout has it so. Keys that `isIgnored` are not meant.

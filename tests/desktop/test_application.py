@@ -122,12 +122,6 @@ class Window(ApplicationTest):
             self.second_start()
             self.expect_window()
 
-    def test_a_second_start_brings_it_in_front_of_others(self):
-        editor = self.start(AccessibleEditor)
-        self.second_start()
-        self.expect_window()
-        editor.activate()
-
     def test_the_hotkey_works_without_it(self):
         editor = self.start(AccessibleEditor, "hgsghk")
         self.close_window()
@@ -182,32 +176,6 @@ class Frame(ApplicationTest):
         self.second_start()
         self.expect_window()
         self.assertEqual(self.frame(), left)
-
-    def test_frames_that_cannot_be(self):
-        self.restart()
-        for stored, expected in {
-            "5000 4000 480 680": (800, 120, 480, 680),
-            "nonsense": None,
-            "10 10 -5 -5": None,
-            "100 60 200 200": (100, 60, 380, 520),
-        }.items():
-            with self.subTest(stored):
-                self.velmorin.stop()
-                file = os.path.join(self.configuration, "standard.sqlite")
-                connection = sqlite3.connect(file)
-                with connection:
-                    connection.execute(
-                        "INSERT OR REPLACE INTO defaults (key, type, value) VALUES (?, ?, ?)",
-                        [STORED_FRAME, "string", stored],
-                    )
-                connection.close()
-                self.velmorin = self.start_velmorin()
-                x, y, width, height = self.frame()
-                if expected is None:
-                    self.assertEqual((width, height), (480, 680))
-                else:
-                    self.assertEqual((width, height), expected[2:])
-                    self.assertEqual((x, y), expected[:2])
 
 
 class Tray(ApplicationTest):
@@ -304,13 +272,6 @@ class Storage(ApplicationTest):
         self.start_again()
         self.check_that_it_works()
         self.assertEqual(self.stored("vl.count"), 1)
-
-    def test_a_home_that_cannot_be_written(self):
-        file = os.path.join(self.folder, "a file")
-        with open(file, "w", encoding="utf-8"):
-            pass
-        self.start_again(environment={"XDG_CONFIG_HOME": file})
-        self.check_that_it_works()
 
     def test_a_full_disk(self):
         no_room = ["bash", "-c", "trap '' XFSZ; ulimit -f 0; exec \"$@\"", "bash"]

@@ -148,6 +148,25 @@ TEST_F(XTestKeyEventsTest, TheLetterDecidesWhereALayoutHasMovedIt) {
     }
 }
 
+TEST_F(XTestKeyEventsTest, WithoutALatinLayoutTheLetterHasAKeyForTheMoment) {
+    ASSERT_EQ(QProcess::execute(QStringLiteral("setxkbmap"),
+                                {QStringLiteral("-layout"), QStringLiteral("ara")}),
+              0);
+    ASSERT_TRUE(waitUntil([&] { return !m_keyboard->shortcutKeyCode(kVK_ANSI_A); }));
+    postCommand(kVK_ANSI_A);
+    std::optional<xcb_keycode_t> key;
+    ASSERT_TRUE(waitUntil([&] {
+        key = m_keyboard->shortcutKeyCode(kVK_ANSI_A);
+        return key.has_value();
+    }));
+    EXPECT_TRUE(sawRelease(*key));
+    EXPECT_EQ(stateAtPress(*key), kControl);
+    EXPECT_TRUE(waitUntil([&] { return !m_keyboard->shortcutKeyCode(kVK_ANSI_A); }))
+        << "the keyboard map is as it was";
+    std::ignore = QProcess::execute(QStringLiteral("setxkbmap"),
+                                    {QStringLiteral("-layout"), QStringLiteral("us,ara")});
+}
+
 TEST_F(XTestKeyEventsTest, AKeyThatIsNeverReleasedDoesNotFreezeTheDesktop) {
     const CGEventSourceRef source = m_keys.createSource(CGEventSourceStateID::hidSystem);
     const CGEventRef event = m_keys.createKeyboardEvent(source, kVK_ANSI_A, true);

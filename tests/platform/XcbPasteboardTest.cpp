@@ -402,32 +402,35 @@ ForeignOwner::NextPiece pieces(std::vector<std::optional<QByteArray>> list) {
 TEST_F(XcbPasteboardTest, BelievesNoOwner) {
     using Owner = ForeignOwner;
     using Request = ForeignOwner::Request;
+    const auto deliver = [](const QByteArray& bytes, uint8_t format = 8) {
+        return [=](Owner& o, const Request& r) { o.deliver(r, r.target, bytes, format); };
+    };
+    const auto notify = [](bool isDelivered) {
+        return [=](Owner& o, const Request& r) {
+            o.notify(r, isDelivered ? r.property : xcb_atom_t{XCB_ATOM_NONE});
+        };
+    };
+    const auto send = [](const ForeignOwner::NextPiece& next, xcb_atom_t type = XCB_ATOM_NONE) {
+        return [=](Owner& o, const Request& r) {
+            o.sendPieces(r, type == XCB_ATOM_NONE ? r.target : type, next);
+        };
+    };
+    const QByteArray end("");
     const struct {
         const char* name;
         Owner::Answer answer;
-        std::optional<QString> expected;
+        std::optional<QString> expected = std::nullopt;
     } cases[] = {
-        {"never answers", [](Owner&, const Request&) {}, {}},
-        {"refuses all", [](Owner& o, const Request& r) { o.notify(r, XCB_ATOM_NONE); }, {}},
-        {"writes nothing", [](Owner& o, const Request& r) { o.notify(r, r.property); }, {}},
-        {"other type",
-         [](Owner& o, const Request& r) { o.deliver(r, XCB_ATOM_PIXMAP, "abcd"); },
-         {}},
-        {"format 16", [](Owner& o, const Request& r) { o.deliver(r, r.target, "abcd", 16); }, {}},
-        {"invalid UTF-8", [](Owner& o, const Request& r) { o.deliver(r, r.target, "ab\xff"); }, {}},
-        {"cut off UTF-8", [](Owner& o, const Request& r) { o.deliver(r, r.target, "ab\xd8"); }, {}},
-        {"surrogates",
-         [](Owner& o, const Request& r) { o.deliver(r, r.target, "\xed\xa0\x80"); },
-         {}},
-        {"empty", [](Owner& o, const Request& r) { o.deliver(r, r.target, ""); },
-         QStringLiteral("")},
-        {"byte order mark",
-         [](Owner& o, const Request& r) {
-             o.deliver(r, r.target,
-                       "\xef\xbb\xbf"
-                       "a");
-         },
-         QStringLiteral("\uFEFFa")},
+        {"never answers", [](Owner&, const Request&) {}},
+        {"refuses all", notify(false)},
+        {"writes nothing", notify(true)},
+        {"other type", [](Owner& o, const Request& r) { o.deliver(r, XCB_ATOM_PIXMAP, "abcd"); }},
+        {"format 16", deliver("abcd", 16)},
+        {"invalid UTF-8", deliver("ab\xff")},
+        {"cut off UTF-8", deliver("ab\xd8")},
+        {"surrogates", deliver("\xed\xa0\x80")},
+        {"empty", deliver(end), QStringLiteral("")},
+        {"byte order mark", deliver(QByteArray("\xef\xbb\xbf") + "a"), QStringLiteral("\uFEFFa")},
         {"Latin-1 only",
          [](Owner& o, const Request& r) {
              r.target == XCB_ATOM_STRING ? o.deliver(r, r.target, "\xe9")
@@ -435,26 +438,11 @@ TEST_F(XcbPasteboardTest, BelievesNoOwner) {
          },
          QStringLiteral("\u00e9")},
         {"pieces that part a character, of another size than announced",
-         [](Owner& o, const Request& r) {
-             o.sendPieces(r, r.target, pieces({"a\xd8", "\xa7", QByteArray("")}));
-         },
-         QStringLiteral("aا")},
-        {"stops between pieces",
-         [](Owner& o, const Request& r) { o.sendPieces(r, r.target, pieces({"a"})); },
-         {}},
-        {"pieces of another type",
-         [](Owner& o, const Request& r) {
-             o.sendPieces(r, XCB_ATOM_PIXMAP, pieces({"a", QByteArray("")}));
-         },
-         {}},
-        {"pieces without end",
-         [](Owner& o, const Request& r) { o.sendPieces(r, r.target, [] { return "x"; }); },
-         {}},
-        {"a flood",
-         [](Owner& o, const Request& r) {
-             o.sendPieces(r, r.target, [] { return QByteArray(4 << 20, 'x'); });
-         },
-         {}},
+         send(pieces({"a\xd8", "\xa7", end})), QStringLiteral("aا")},
+        {"stops between pieces", send(pieces({"a"}))},
+        {"pieces of another type", send(pieces({"a", end}), XCB_ATOM_PIXMAP)},
+        {"pieces without end", send([] { return "x"; })},
+        {"a flood", send([] { return QByteArray(4 << 20, 'x'); })},
     };
     for (const auto& [name, answer, expected] : cases) {
         const ForeignOwner owner(answer);
