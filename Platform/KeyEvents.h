@@ -53,9 +53,9 @@ public:
 
     /// Sends the event to whatever has the keyboard focus. The event's flags replace the
     /// modifiers that the user holds: the receiver sees exactly the flags, and once the key is up
-    /// again the modifiers are as the user holds them. An event of the key's own returns at once;
-    /// one that types a text may wait, shortly, for the receiver. Any thread; another one than the
-    /// main thread waits for that.
+    /// again the modifiers are as the user holds them. It may wait, less than
+    /// a second, for a receiver that is busy. Any thread; another one than the main thread waits
+    /// for that.
     virtual void post(CGEventTapLocation location, const CGEventRef& event) = 0;
 };
 

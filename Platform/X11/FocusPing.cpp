@@ -7,8 +7,18 @@
 #include <cstring>
 #include <vector>
 
+#include <unistd.h>
+
 namespace velmorin {
 namespace {
+
+bool isOurs(XcbConnection& connection, xcb_window_t window) {
+    const XcbConnection::Property process =
+        connection.property(window, connection.atom("_NET_WM_PID"), sizeof(uint32_t));
+    uint32_t id = 0;
+    std::memcpy(&id, process.bytes.constData(), std::min<size_t>(process.bytes.size(), sizeof id));
+    return id == static_cast<uint32_t>(::getpid());
+}
 
 bool takesPings(XcbConnection& connection, xcb_window_t window) {
     constexpr uint32_t maximum = 1024;
@@ -28,7 +38,7 @@ xcb_window_t pingedWindow(XcbConnection& connection) {
     xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_NONE};
     while (window > XCB_INPUT_FOCUS_POINTER_ROOT && window != connection.root()) {
         if (takesPings(connection, window)) {
-            return window;
+            return isOurs(connection, window) ? xcb_window_t{XCB_NONE} : window;
         }
         const XcbPtr<xcb_query_tree_reply_t> tree(
             xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/XTestKeyEvents.h"
+#include "Platform/X11/FocusPing.h"
 
 #include <QThread>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <iterator>
 
@@ -13,6 +15,10 @@
 namespace velmorin {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kReceivingTime = 500ms; // for an application that is busy when a key arrives
 
 /// What a key must bear for applications to insert the character.
 xkb_keysym_t typingKeysym(char32_t codePoint) {
@@ -61,6 +67,7 @@ void XTestKeyEvents::post(CGEventTapLocation location, const CGEventRef& event) 
     } else if (!event->keyDown) {
         if (m_replaced) {
             release();
+            std::ignore = pingFocus(*m_connection, QDeadlineTimer(kReceivingTime));
         }
     } else if (const auto key = keyFor(event->keyCode)) {
         press({.virtualKey = event->keyCode,

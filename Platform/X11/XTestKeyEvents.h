@@ -15,6 +15,9 @@ namespace velmorin {
 /// before the key and pressed again after it. Each press and lift is made while Control is down,
 /// since applications take a lone press and release of Alt for "open the menu bar".
 ///
+/// The end of a key waits for the receiver to have read it, a bounded time: who counts the time
+/// that a copy may take counts from then on.
+///
 /// A text is typed code point by code point, in whatever layout has it, with all locks off. What no
 /// layout has is typed on keys that bear nothing else. That comes second, since each change of the
 /// keyboard map costs every application some time (openbox 0.05 s).
