@@ -77,6 +77,15 @@ class X:
         cls.lib.XCloseDisplay(display)
 
 
+    @classmethod
+    def disown_clipboard(cls):
+        """Leaves the clipboard with no owner."""
+        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
+        clipboard = cls.lib.XInternAtom(display, b"CLIPBOARD", 0)
+        cls.lib.XSetSelectionOwner(display, clipboard, 0, 0)
+        cls.lib.XSync(display, 0)
+        cls.lib.XCloseDisplay(display)
+
     class ClientMessage(ctypes.Structure):
         _fields_ = [
             ("type", ctypes.c_int),
@@ -150,13 +159,15 @@ class Velmorin:
         An editor on a busy machine may take longer to copy than a flip waits; the flip then ends
         with nothing changed, and is tried again, as its user would."""
         for _ in range(5):
-            lines = self._flip_once(end, hold_alt)
+            lines = self.flip_once(end, hold_alt=hold_alt)
             if end in lines[-1]:
                 return lines
             self.ready_again()
         raise AssertionError(f"no flip of five ended in {end!r}; the last one: {lines}")
 
-    def _flip_once(self, end, hold_alt):
+    def flip_once(self, *ends, hold_alt=False):
+        """Presses the hotkey and waits for a line with one of the ends, or that nothing was
+        copied. Gives the flip's lines."""
         start = len(self.lines)
         xdotool("keydown", "alt")
         xdotool("keydown", "space")
@@ -165,7 +176,7 @@ class Velmorin:
         xdotool("keyup", "space")
         if not hold_alt:
             xdotool("keyup", "alt")
-        self.wait_for(end, NOTHING_COPIED, after=start)
+        self.wait_for(*ends, NOTHING_COPIED, after=start)
         if hold_alt:
             xdotool("keyup", "alt")
         return self.messages(start)
@@ -389,9 +400,14 @@ class Clipboard:
         return process
 
     @staticmethod
-    def get():
+    def targets():
+        """The types in which it can be read."""
+        return Clipboard.get("TARGETS") or ""
+
+    @staticmethod
+    def get(target="UTF8_STRING"):
         result = subprocess.run(
-            ["timeout", "5", "xclip", "-o", "-selection", "clipboard"],
+            ["timeout", "5", "xclip", "-o", "-selection", "clipboard", "-t", target],
             stdout=subprocess.PIPE,
             stderr=subprocess.DEVNULL,
         )
