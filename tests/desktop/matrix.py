@@ -8,8 +8,6 @@ import http.server
 import json
 import os
 import re
-import shutil
-import signal
 import subprocess
 import sys
 import tempfile
@@ -21,7 +19,6 @@ import zipfile
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
 from desktop_driver import (  # noqa: E402
     LATIN,
-    NOTHING_COPIED,
     AccessibleEditor,
     Application,
     Clipboard,
@@ -105,7 +102,7 @@ application.run()
 
     @staticmethod
     def version():
-        return module_version("gi.repository.Gtk", "4.0")
+        return package_version("gir1.2-gtk-4.0")
 
 
 class Qt6Field(Field):
@@ -385,15 +382,6 @@ def page(browser, kind):
         "multiline": kind != "input",
         "name": f"{browser.__name__} {kind}",
     })  # fmt: skip
-
-
-def module_version(name, version):
-    import gi
-
-    gi.require_version("Gtk", "4.0")
-    return subprocess.run(
-        ["dpkg-query", "-W", "-f", "${Version}", "libgtk-4-1"], capture_output=True, text=True
-    ).stdout
 
 
 def package_version(package):
