@@ -16,7 +16,8 @@ bool isOurs(XcbConnection& connection, xcb_window_t window) {
     const XcbConnection::Property process =
         connection.property(window, connection.atom("_NET_WM_PID"), sizeof(uint32_t));
     uint32_t id = 0;
-    std::memcpy(&id, process.bytes.constData(), std::min<size_t>(process.bytes.size(), sizeof id));
+    std::memcpy(&id, process.bytes.constData(),
+                std::min(static_cast<size_t>(process.bytes.size()), sizeof id));
     return id == static_cast<uint32_t>(::getpid());
 }
 
