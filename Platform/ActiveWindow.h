@@ -15,6 +15,10 @@ public:
     /// The process that owns the window with the keyboard focus, as the display server tells it;
     /// none when no window has the focus or its process is not known.
     [[nodiscard]] virtual std::optional<qint64> processId() = 0;
+
+    /// Which window has the keyboard focus: equal as long as it stays there. None when no window
+    /// has it. Another window may get the number of one that was closed.
+    [[nodiscard]] virtual std::optional<quint64> identifier() = 0;
 };
 
 } // namespace velmorin

@@ -85,8 +85,8 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
     platform.mainQueue = std::make_shared<QtMainQueue>();
     platform.clock = std::make_shared<QtClock>();
     platform.hotKeys = std::make_shared<XcbHotKeys>(connection, keyboard);
-    platform.accessibility =
-        std::make_shared<AtSpiAccessibility>(std::make_shared<XcbActiveWindow>(connection));
+    platform.activeWindow = std::make_shared<XcbActiveWindow>(connection);
+    platform.accessibility = std::make_shared<AtSpiAccessibility>(platform.activeWindow);
     platform.pasteboard = std::make_shared<XcbPasteboard>(connection, platform.mainQueue);
     platform.keyEvents = std::make_shared<XTestKeyEvents>(connection, keyboard);
     platform.eventTaps = std::make_shared<XcbEventTaps>(connection, keyboard);

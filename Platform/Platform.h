@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Accessibility.h"
+#include "Platform/ActiveWindow.h"
 #include "Platform/Application.h"
 #include "Platform/Authorization.h"
 #include "Platform/Clock.h"
@@ -32,6 +33,7 @@ struct Platform {
     std::shared_ptr<MainQueue> mainQueue;
     std::shared_ptr<Clock> clock;
     std::shared_ptr<HotKeys> hotKeys;
+    std::shared_ptr<ActiveWindow> activeWindow;
     std::shared_ptr<Accessibility> accessibility;
     std::shared_ptr<Pasteboard> pasteboard;
     std::shared_ptr<KeyEvents> keyEvents;

@@ -16,23 +16,6 @@ constexpr auto readDelay = 200ms;
 constexpr auto pasteDelay = 60ms;
 constexpr auto finishDelay = 250ms;
 
-/// A key that cannot be pressed is left out: the flip then finds nothing copied.
-void postCommandKey(KeyEvents& keyEvents, quint16 virtualKey) {
-    const CGEventSourceRef source = keyEvents.createSource(CGEventSourceStateID::hidSystem);
-    if (!source) {
-        return;
-    }
-    const CGEventRef down = keyEvents.createKeyboardEvent(source, virtualKey, true);
-    const CGEventRef up = keyEvents.createKeyboardEvent(source, virtualKey, false);
-    if (!down || !up) {
-        return;
-    }
-    down->flags = kCGEventFlagMaskCommand;
-    up->flags = kCGEventFlagMaskCommand;
-    keyEvents.post(CGEventTapLocation::hid, down);
-    keyEvents.post(CGEventTapLocation::hid, up);
-}
-
 /// What one flip carries from step to step. Every scheduled step has its own copy, so that the
 /// clipboard is put back also when the delegate is gone.
 struct ClipboardFlip {
@@ -40,8 +23,10 @@ struct ClipboardFlip {
     std::weak_ptr<MainQueue> weakMainQueue; // the steps lie in it: owning it would be a cycle
     std::shared_ptr<Pasteboard> pasteboard;
     std::shared_ptr<KeyEvents> keyEvents;
+    std::shared_ptr<ActiveWindow> activeWindow;
     std::shared_ptr<VelmorinStore> store;
     FlipMode mode;
+    std::optional<quint64> window = {}; // whose text is flipped
     std::optional<QString> savedText = {};
     qint64 expectedChangeCount = 0;
 
@@ -55,23 +40,25 @@ private:
 
     void schedule(std::chrono::nanoseconds delay, void (ClipboardFlip::*step)() const) const;
     void log(const QString& message) const;
+    void postCommandKey(quint16 virtualKey) const;
     void replaceContents(const QString& text) const;
     void restore() const;
     void endWithout(AppDelegate& delegate, const QString& message) const;
 };
 
 void ClipboardFlip::start() {
+    window = activeWindow->identifier();
     savedText = pasteboard->string(NSPasteboardTypeString);
     replaceContents(QLatin1String(""));
     expectedChangeCount = pasteboard->changeCount();
     log(QStringLiteral("  ⌘A"));
-    postCommandKey(*keyEvents, kVK_ANSI_A);
+    postCommandKey(kVK_ANSI_A);
     schedule(copyDelay, &ClipboardFlip::copyStep);
 }
 
 void ClipboardFlip::copyStep() const {
     log(QStringLiteral("  ⌘C"));
-    postCommandKey(*keyEvents, kVK_ANSI_C);
+    postCommandKey(kVK_ANSI_C);
     schedule(readDelay, &ClipboardFlip::readStep);
 }
 
@@ -101,7 +88,7 @@ void ClipboardFlip::readStep() const {
 
 void ClipboardFlip::pasteStep() const {
     log(QStringLiteral("  ⌘V"));
-    postCommandKey(*keyEvents, kVK_ANSI_V);
+    postCommandKey(kVK_ANSI_V);
     schedule(finishDelay, &ClipboardFlip::finishStep);
 }
 
@@ -126,6 +113,24 @@ void ClipboardFlip::log(const QString& message) const {
     if (const auto delegate = weakDelegate.lock()) {
         delegate->log->add(message);
     }
+}
+
+/// A key that cannot be pressed is left out, and so is one that another window would get: it would
+/// paste the text where it does not belong.
+void ClipboardFlip::postCommandKey(quint16 virtualKey) const {
+    const CGEventSourceRef source = keyEvents->createSource(CGEventSourceStateID::hidSystem);
+    if (!source) {
+        return;
+    }
+    const CGEventRef down = keyEvents->createKeyboardEvent(source, virtualKey, true);
+    const CGEventRef up = keyEvents->createKeyboardEvent(source, virtualKey, false);
+    if (!down || !up || activeWindow->identifier() != window) {
+        return;
+    }
+    down->flags = kCGEventFlagMaskCommand;
+    up->flags = kCGEventFlagMaskCommand;
+    keyEvents->post(CGEventTapLocation::hid, down);
+    keyEvents->post(CGEventTapLocation::hid, up);
 }
 
 void ClipboardFlip::replaceContents(const QString& text) const {
@@ -153,6 +158,7 @@ void AppDelegate::clipboardFlip(FlipMode mode) {
                   .weakMainQueue = m_platform.mainQueue,
                   .pasteboard = m_platform.pasteboard,
                   .keyEvents = m_platform.keyEvents,
+                  .activeWindow = m_platform.activeWindow,
                   .store = m_store,
                   .mode = mode}
         .start();

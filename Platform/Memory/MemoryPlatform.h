@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Memory/MemoryAccessibility.h"
+#include "Platform/Memory/MemoryActiveWindow.h"
 #include "Platform/Memory/MemoryApplication.h"
 #include "Platform/Memory/MemoryAuthorization.h"
 #include "Platform/Memory/MemoryClock.h"
@@ -28,6 +29,7 @@ struct MemoryPlatform {
     std::shared_ptr<MemoryMainQueue> mainQueue = std::make_shared<MemoryMainQueue>();
     std::shared_ptr<MemoryClock> clock = std::make_shared<MemoryClock>(mainQueue);
     std::shared_ptr<MemoryHotKeys> hotKeys = std::make_shared<MemoryHotKeys>();
+    std::shared_ptr<MemoryActiveWindow> activeWindow = std::make_shared<MemoryActiveWindow>();
     std::shared_ptr<MemoryAccessibility> accessibility = std::make_shared<MemoryAccessibility>();
     std::shared_ptr<MemoryPasteboard> pasteboard = std::make_shared<MemoryPasteboard>();
     std::shared_ptr<MemoryKeyEvents> keyEvents = std::make_shared<MemoryKeyEvents>();
@@ -49,6 +51,7 @@ struct MemoryPlatform {
                 .mainQueue = mainQueue,
                 .clock = clock,
                 .hotKeys = hotKeys,
+                .activeWindow = activeWindow,
                 .accessibility = accessibility,
                 .pasteboard = pasteboard,
                 .keyEvents = keyEvents,

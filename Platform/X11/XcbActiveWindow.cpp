@@ -11,14 +11,25 @@ XcbActiveWindow::XcbActiveWindow(std::shared_ptr<XcbConnection> connection)
     : m_connection(std::move(connection)) {}
 
 std::optional<qint64> XcbActiveWindow::processId() {
-    xcb_connection_t* c = m_connection->get();
-    const XcbPtr<xcb_get_input_focus_reply_t> focus(
-        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
-    if (!focus || focus->focus == XCB_NONE || focus->focus == XCB_INPUT_FOCUS_POINTER_ROOT) {
+    const std::optional<xcb_window_t> window = focusedWindow();
+    if (!window) {
         return std::nullopt;
     }
-    const std::optional<qint64> process = clientProcess(focus->focus);
-    return process ? process : claimedProcess(focus->focus);
+    const std::optional<qint64> process = clientProcess(*window);
+    return process ? process : claimedProcess(*window);
+}
+
+std::optional<quint64> XcbActiveWindow::identifier() {
+    return focusedWindow();
+}
+
+std::optional<xcb_window_t> XcbActiveWindow::focusedWindow() const {
+    xcb_connection_t* c = m_connection->get();
+    const XcbPtr<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    const bool isWindow = reply && reply->focus != XCB_NONE &&
+                          reply->focus != xcb_window_t{XCB_INPUT_FOCUS_POINTER_ROOT};
+    return isWindow ? std::optional(reply->focus) : std::nullopt;
 }
 
 std::optional<qint64> XcbActiveWindow::clientProcess(xcb_window_t window) const {

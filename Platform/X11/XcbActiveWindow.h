@@ -13,8 +13,10 @@ public:
     explicit XcbActiveWindow(std::shared_ptr<XcbConnection> connection);
 
     [[nodiscard]] std::optional<qint64> processId() override;
+    [[nodiscard]] std::optional<quint64> identifier() override;
 
 private:
+    [[nodiscard]] std::optional<xcb_window_t> focusedWindow() const;
     [[nodiscard]] std::optional<qint64> clientProcess(xcb_window_t window) const;
     [[nodiscard]] std::optional<qint64> claimedProcess(xcb_window_t window);
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
+#include "Platform/Memory/MemoryActiveWindow.h"
 
 #include "tests/platform/FakeAtSpiApplication.h"
 #include "tests/platform/XUser.h"
@@ -17,15 +18,10 @@ using test::waitUntil;
 using Toolkit = FakeAtSpiApplication::Toolkit;
 using Writes = FakeAtSpiApplication::Writes;
 
-class FixedActiveWindow : public ActiveWindow {
-public:
-    std::optional<qint64> processId() override { return process; }
-    std::optional<qint64> process = QCoreApplication::applicationPid();
-};
-
 class AtSpiAccessibilityTest : public testing::Test {
 protected:
     void SetUp() override {
+        m_activeWindow->process = QCoreApplication::applicationPid();
         ASSERT_TRUE(m_accessibility.isProcessTrusted());
         m_application.setText(QStringLiteral("hello world"));
         ASSERT_TRUE(waitUntil([&] {
@@ -51,7 +47,7 @@ protected:
     }
 
     FakeAtSpiApplication m_application;
-    std::shared_ptr<FixedActiveWindow> m_activeWindow = std::make_shared<FixedActiveWindow>();
+    std::shared_ptr<MemoryActiveWindow> m_activeWindow = std::make_shared<MemoryActiveWindow>();
     AtSpiAccessibility m_accessibility{m_activeWindow, 0}; // the application is in this process
 };
 

@@ -144,6 +144,36 @@ TEST(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
     }
 }
 
+TEST(ClipboardFlip, AnotherWindowGetsNoKeys) {
+    struct Case {
+        std::chrono::milliseconds moved;
+        std::optional<quint64> to;
+        size_t keys;
+        Messages lines;
+        qint64 count;
+    };
+    const Case cases[] = {
+        {60ms, 2, 2, nothingCopied, 0},
+        {350ms, 2, 4, pasted, 1},
+        {350ms, std::nullopt, 4, pasted, 1},
+        {400ms, 2, 6, pasted, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.moved.count());
+        FlipFixture f;
+        f.platform.pasteboard->copyElsewhere(earlier);
+        f.field = hello;
+        f.delegate->clipboardFlip(FlipMode::auto_);
+        f.platform.mainQueue->advance(c.moved);
+        f.platform.activeWindow->window = c.to;
+        f.platform.mainQueue->runUntilIdle();
+        EXPECT_EQ(f.messages(), c.lines);
+        EXPECT_EQ(f.platform.keyEvents->journal().size(), c.keys);
+        EXPECT_EQ(f.clipboard(), earlier);
+        EXPECT_EQ(f.store->count(), c.count);
+    }
+}
+
 TEST(ClipboardFlip, WhatAnotherApplicationCopiesInTheWindowIsConverted) {
     FlipFixture f;
     f.fieldCopies = false;
