@@ -77,6 +77,7 @@ def tell(text):
 
 class Gtk4Field(Field):
     name = "GTK 4 text view"
+    keeps_line_ends = True
     PROGRAM = TELL + """
 import gi
 gi.require_version("Gtk", "4.0")
@@ -425,7 +426,7 @@ CONDITIONS = [
     Condition("Arabic layout only", arabic(WORD), WORD, layouts="ara"),
     Condition("Alt held", hold_alt=True),
     Condition("Caps and Num Lock", locks=["Caps_Lock", "Num_Lock"]),
-    Condition("marks, emoji, RLM", MIXED),
+    Condition("marks, emoji, CR LF, RLM", MIXED),
     Condition("100,000 characters", LONG),
     Condition("clipboard manager", manager=True),
     Condition("image on clipboard", clipboard=b"\x89PNG\r\n\x1a\n"),
@@ -495,6 +496,8 @@ def flip_cell(velmorin, row, condition, arguments):
     before, after = condition.before, condition.after
     if getattr(row, "is_left_alone", False):
         after = before
+    if getattr(row, "keeps_line_ends", False):
+        before, after = before.replace("\n", "\r\n"), after.replace("\n", "\r\n")
     if not row.multiline:
         before, after = before.replace("\n", " "), after.replace("\n", " ")
     cleanup = []
@@ -507,6 +510,9 @@ def flip_cell(velmorin, row, condition, arguments):
             application = row(folder, before)
             cleanup.append(application.stop)
             settle(application)
+            if getattr(row, "is_by_paragraph", False) and application.text() != before:
+                before = application.text()  # it breaks long lines when it opens a text
+                after = arabic(before)
             if condition.layouts:
                 subprocess.run(["setxkbmap", condition.layouts], check=True)
                 cleanup.append(lambda: subprocess.run(["setxkbmap", "us,ara"], check=True))
