@@ -177,6 +177,7 @@ void AtSpiBus::adopt() {
                    SLOT(onStateChanged(QDBusMessage)));
     m_bus->connect(QString(), latin1(kLocalPath), latin1(kLocalInterface),
                    QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
+    Q_EMIT busConnected();
 }
 
 void AtSpiBus::waitUntilConnected(const QDeadlineTimer& deadline) {

@@ -50,6 +50,9 @@ Q_SIGNALS:
     void focused(const QString& service, const QString& path);
     /// The session bus is connected.
     void sessionConnected();
+    /// The accessibility bus is connected, perhaps another one than before: nothing that was learnt
+    /// of services and objects on it holds any more.
+    void busConnected();
 
 private Q_SLOTS:
     void onStateChanged(const QDBusMessage& message);

@@ -51,6 +51,10 @@ AtSpiFocus::AtSpiFocus(AtSpiBus& bus) : m_bus(bus) {
     connect(&m_bus, &AtSpiBus::focused, this, [this](const QString& service, const QString& path) {
         remember({service, path});
     });
+    connect(&m_bus, &AtSpiBus::busConnected, this, [this] {
+        m_recent.clear();
+        m_processes.clear();
+    });
 }
 
 std::shared_ptr<AtSpiElement> AtSpiFocus::find(qint64 processId) {
@@ -117,7 +121,8 @@ void AtSpiFocus::remember(const AtSpiAddress& address) {
 
 std::optional<qint64> AtSpiFocus::processOf(const QString& service,
                                             const QDeadlineTimer& deadline) {
-    // Unique names are never given out twice, so what was learnt stays true.
+    // A bus never gives out a unique name twice, so what was learnt stays true as long as it is
+    // there.
     const auto known = m_processes.constFind(service);
     if (known != m_processes.constEnd()) {
         return *known;

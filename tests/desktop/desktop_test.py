@@ -7,9 +7,11 @@ import tempfile
 import unittest
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
-from desktop_driver import Qt6Field, Velmorin, X  # noqa: E402
+from desktop_driver import Clipboard, Qt6Field, Velmorin, X  # noqa: E402
 
 PROGRAM = os.environ["VELMORIN_PROGRAM"]
+DIRECT = "FLIP DONE (AX)"
+PASTED = "FLIP DONE (clipboard)"
 
 
 class DesktopTest(unittest.TestCase):
@@ -51,3 +53,11 @@ class DesktopTest(unittest.TestCase):
             application = kind(os.path.join(self.folder, f"{kind.__name__}.txt"), text)
         self.addCleanup(application.stop)
         return application
+
+
+class FlipTest(DesktopTest):
+    def own_clipboard(self, text):
+        owner = Clipboard.set(text)
+        self.addCleanup(owner.wait)
+        self.addCleanup(owner.kill)
+        return owner

@@ -2,37 +2,22 @@
 """The built program on a real desktop, with editors that are not ours and the real hotkey. What a
 text became is read from the editor itself."""
 
-import os
-import signal
-import subprocess
 import time
 import unittest
 
-from desktop_test import DesktopTest
+from desktop_test import DIRECT, PASTED, FlipTest
 from desktop_driver import (
     AccessibleEditor,
     Clipboard,
     InaccessibleEditor,
     Qt6Field,
     X,
-    active_window,
     to_arabic,
-    wait_until,
     xdotool,
 )
 
 START = ["⌥Space pressed!", "── FLIP START ──", "Trying AX direct text access…"]
 FALLBACK = "AX unavailable, using clipboard method…"
-DIRECT = "FLIP DONE (AX)"
-PASTED = "FLIP DONE (clipboard)"
-
-
-class FlipTest(DesktopTest):
-    def own_clipboard(self, text):
-        owner = Clipboard.set(text)
-        self.addCleanup(owner.wait)
-        self.addCleanup(owner.kill)
-        return owner
 
 
 class DirectPath(FlipTest):
@@ -164,92 +149,6 @@ class ClipboardPath(FlipTest):
         lines = self.velmorin.flip("FLIP DONE")
         self.assertIn(f"  Clipboard: changed=true, len={len(text)}", lines)
         editor.expect(to_arabic(text))
-
-
-class Faults(FlipTest):
-    def test_a_stopped_application_costs_nothing(self):
-        self.own_clipboard("before")
-        editor = self.start(AccessibleEditor, "hgsghk")
-        self.velmorin.flip(DIRECT)
-        editor.expect(to_arabic("hgsghk"))
-        self.velmorin.ready_again()
-
-        os.killpg(editor.process.pid, signal.SIGSTOP)
-        lines = self.velmorin.flip("  Nothing copied")
-        self.assertIn("  No focused element", lines)
-        self.assertEqual(Clipboard.get(), "before")
-        os.killpg(editor.process.pid, signal.SIGCONT)
-        self.velmorin.ready_again()
-        # The keys that it slept through select all and copy: nothing is lost.
-        editor.expect(to_arabic("hgsghk"))
-        self.velmorin.flip("total: 2")
-        editor.expect("hgsghk")
-
-    def test_a_stopped_clipboard_owner_costs_its_text_only(self):
-        owner = self.own_clipboard("before")
-        editor = self.start(InaccessibleEditor, "hgsghk")
-        owner.send_signal(signal.SIGSTOP)
-        self.velmorin.flip(PASTED)
-        editor.expect(to_arabic("hgsghk"))
-        owner.send_signal(signal.SIGCONT)
-        self.velmorin.ready_again()
-        self.velmorin.flip("total: 2")
-        editor.expect("hgsghk")
-
-    def test_a_target_that_is_gone(self):
-        self.own_clipboard("before")
-        editor = self.start(AccessibleEditor, "hgsghk")
-        os.killpg(editor.process.pid, signal.SIGKILL)
-        # What has the focus now is our own window, which has no text to flip.
-        wait_until(lambda: active_window() == "Velmorin", "our own window to be active")
-        self.assertIn("  No focused element", self.velmorin.flip("  Nothing copied"))
-        self.assertEqual(Clipboard.get(), "before")
-
-    def test_state_survives_sigkill_and_holds_no_text(self):
-        editor = self.start(AccessibleEditor, "hgsghk")
-        self.velmorin.flip("total: 1")
-        editor.expect(to_arabic("hgsghk"))
-        self.assertEqual(self.velmorin.stop(), "", "nothing on standard error")
-        secret = to_arabic("hgsghk")
-        for line in self.velmorin.lines:
-            self.assertNotIn("hgsghk", line)
-            self.assertNotIn(secret, line)
-        for name in os.listdir(self.configuration):
-            with open(os.path.join(self.configuration, name), "rb") as file:
-                content = file.read()
-            self.assertNotIn(b"hgsghk", content)
-            self.assertNotIn(secret.encode(), content)
-        again = self.start_velmorin()
-        editor.activate()
-        again.flip("total: 2")
-        editor.expect("hgsghk")
-
-    def test_no_display(self):
-        velmorin = self.start_velmorin(wait=False, environment={"DISPLAY": ""})
-        self.assertEqual(velmorin.process.wait(), 1)
-        self.assertEqual(velmorin.stop().count("\n"), 1)
-        self.assertEqual(velmorin.lines, [])
-
-    def test_the_x_server_is_gone(self):
-        server = subprocess.Popen(
-            ["Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-noreset"],
-            stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL,
-            text=True,
-        )
-        self.addCleanup(server.wait)
-        self.addCleanup(server.kill)
-        self.addCleanup(server.stdout.close)
-        display = ":" + server.stdout.readline().strip()
-        velmorin = self.start_another(DISPLAY=display)
-        server.kill()
-        self.assertEqual(velmorin.process.wait(timeout=60), 1)
-        # Whichever of our two connections notices first says so.
-        self.assertRegex(velmorin.stop(), r"\A[^\n]*X(11 connection broke| server has gone)[^\n]*\n\Z")
-
-    def test_a_hotkey_that_is_taken(self):
-        second = self.start_another()
-        self.assertIn("Hotkey registration failed (status -9878)", second.messages())
 
 
 class WithoutAccessibilityBus(FlipTest):
