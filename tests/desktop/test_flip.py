@@ -2,6 +2,7 @@
 """The built program on a real desktop, with editors that are not ours and the real hotkey. What a
 text became is read from the editor itself."""
 
+import subprocess
 import time
 import unittest
 
@@ -13,6 +14,7 @@ from desktop_driver import (
     Qt6Field,
     X,
     to_arabic,
+    wait_until,
     xdotool,
 )
 
@@ -149,6 +151,29 @@ class ClipboardPath(FlipTest):
         lines = self.velmorin.flip("FLIP DONE")
         self.assertIn(f"  Clipboard: changed=true, len={len(text)}", lines)
         editor.expect(to_arabic(text))
+
+
+class OwnShortcut(FlipTest):
+    """Run under xfwm4."""
+
+    SHORTCUT = ["--channel", "xfce4-keyboard-shortcuts", "--property", "/xfwm4/custom/<Alt>space"]
+
+    def change(self, *options, message):
+        subprocess.run(["xfconf-query", *self.SHORTCUT, *options], check=True)
+
+        def is_so():
+            velmorin = self.start_another()
+            velmorin.stop()
+            return message in velmorin.messages()
+
+        wait_until(is_so, f"the window manager to follow: {message}")
+
+    def test_a_shortcut_is_theirs_until_it_is_removed(self):
+        self.velmorin.stop()
+        taken = "Hotkey registration failed (status -9878)"
+        free = "Global hotkey ⌥Space registered — works in ALL apps, NO permissions needed!"
+        self.change("--create", "--type", "string", "--set", "popup_menu_key", message=taken)
+        self.change("--reset", message=free)
 
 
 class WithoutAccessibilityBus(FlipTest):
