@@ -4,6 +4,7 @@ editors' texts from the editors themselves. Everything waits for conditions, wit
 
 import ctypes
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -21,10 +22,12 @@ LATIN = "`qwertyuiop[]asdfghjkl;'zxcvbnm,./1234567890"
 ARABIC = "ذضصثقفغعهخحجدشسيبلانمكط'ءئؤرىةوزظ؟١٢٣٤٥٦٧٨٩٠"
 NOTHING_COPIED = "  Nothing copied"
 TO_ARABIC = str.maketrans(LATIN, ARABIC)
+BARE = re.compile(f"[{re.escape(LATIN)}](?![\u0300-\u036f])")
 
 
 def to_arabic(text):
-    return text.translate(TO_ARABIC)
+    """What the keys of the text give on the Arabic layout. A letter that bears a mark is no key's."""
+    return BARE.sub(lambda match: match[0].translate(TO_ARABIC), text)
 
 
 def wait_until(condition, what, limit=LIMIT):
@@ -406,7 +409,7 @@ class Clipboard:
     """The clipboard, through another program."""
 
     @staticmethod
-    def set(text):
+    def set(text, wait=True):
         """Gives the process that owns it, until someone else does."""
         process = subprocess.Popen(
             ["xclip", "-quiet", "-selection", "clipboard"],
@@ -417,7 +420,8 @@ class Clipboard:
         )
         process.stdin.write(text)
         process.stdin.close()
-        wait_until(lambda: Clipboard.get() == text, "the clipboard to be owned")
+        if wait:
+            wait_until(lambda: Clipboard.get() == text, "the clipboard to be owned")
         return process
 
     @staticmethod

@@ -18,7 +18,6 @@ import zipfile
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
 from desktop_driver import (  # noqa: E402
-    LATIN,
     AccessibleEditor,
     Application,
     Clipboard,
@@ -33,12 +32,6 @@ from desktop_driver import (  # noqa: E402
 
 WORD = "hgsghk"
 LONG = "hgsghk ugdlk " * 7693
-
-
-def arabic(text):
-    """What the keys of the text give on the Arabic layout. A letter that bears a mark is no key's."""
-    bare = re.compile(f"[{re.escape(LATIN)}](?![\u0300-\u036f])")
-    return bare.sub(lambda match: to_arabic(match[0]), text)
 
 
 class Field(Application):
@@ -408,7 +401,7 @@ class Condition:
                  layouts=None, clipboard="before", manager=False):  # fmt: skip
         self.name = name
         self.before = before
-        self.after = arabic(before) if after is None else after
+        self.after = to_arabic(before) if after is None else after
         self.keys = keys
         self.locks = locks
         self.group = group
@@ -421,9 +414,9 @@ class Condition:
 MIXED = "hgs\u200fghk \U0001f600 e\u0301 ugdlk\nhgsghk"
 CONDITIONS = [
     Condition("whole field"),
-    Condition("selection", "ab " + WORD, "ab " + arabic(WORD), keys=["ctrl+End"] + ["shift+Left"] * len(WORD)),
-    Condition("Arabic to Latin", arabic(WORD), WORD, group=1),
-    Condition("Arabic layout only", arabic(WORD), WORD, layouts="ara"),
+    Condition("selection", "ab " + WORD, "ab " + to_arabic(WORD), keys=["ctrl+End"] + ["shift+Left"] * len(WORD)),
+    Condition("Arabic to Latin", to_arabic(WORD), WORD, group=1),
+    Condition("Arabic layout only", to_arabic(WORD), WORD, layouts="ara"),
     Condition("Alt held", hold_alt=True),
     Condition("Caps and Num Lock", locks=["Caps_Lock", "Num_Lock"]),
     Condition("marks, emoji, CR LF, RLM", MIXED),
@@ -512,7 +505,7 @@ def flip_cell(velmorin, row, condition, arguments):
             settle(application)
             if getattr(row, "is_by_paragraph", False) and application.text() != before:
                 before = application.text()  # it breaks long lines when it opens a text
-                after = arabic(before)
+                after = to_arabic(before)
             if condition.layouts:
                 subprocess.run(["setxkbmap", condition.layouts], check=True)
                 cleanup.append(lambda: subprocess.run(["setxkbmap", "us,ara"], check=True))
@@ -533,10 +526,10 @@ def flip_cell(velmorin, row, condition, arguments):
             path = "direct" if "(AX)" in lines[-1] else "clipboard"
             took = duration(velmorin.lines[start:])
             if condition.keys and path == "clipboard" and after != before:
-                after = arabic(before)  # this path selects all
+                after = to_arabic(before)  # this path selects all
             if getattr(row, "is_by_paragraph", False) and path == "direct" and "\n" in before:
                 *others, last = before.split("\n")
-                after = "\n".join([*others, arabic(last)])
+                after = "\n".join([*others, to_arabic(last)])
             try:
                 wait_until(lambda: holds(application, after), "the text", limit=10)
                 result = f"{path} {took} ms"
