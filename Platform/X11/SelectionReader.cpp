@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/SelectionReader.h"
 
-#include <QStringDecoder>
-
 #include <algorithm>
 #include <chrono>
 #include <string>
@@ -15,18 +13,9 @@ using namespace std::chrono_literals;
 
 constexpr auto kSilenceLimit = 250ms; // without any progress
 constexpr auto kTotalLimit = 900ms;
-constexpr uint32_t kMaxBytes = 64U << 20U;
 /// Enough for an owner that goes on with a text of that size after we have given up; one that
 /// never ends is left alone after it.
 constexpr int kMaxLateValues = 4096;
-
-std::optional<QString> decodeUtf8(const QByteArray& bytes) {
-    // Stateless, so that a character cut off at the end is an error too.
-    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless |
-                                                       QStringConverter::Flag::ConvertInitialBom);
-    QString text = decoder.decode(bytes);
-    return decoder.hasError() ? std::nullopt : std::optional(std::move(text));
-}
 
 } // namespace
 
@@ -43,14 +32,15 @@ std::optional<QString> SelectionReader::text() {
     m_end = QDeadlineTimer(kTotalLimit);
     m_requestTime = m_connection->serverTime();
     for (const xcb_atom_t target : {m_utf8String, m_utf8Plain, xcb_atom_t{XCB_ATOM_STRING}}) {
-        const Answer answer = ask(target);
-        if (answer.outcome == Outcome::failed) {
+        TextTransfer transfer(target, m_incr);
+        switch (ask(transfer)) {
+        case Outcome::delivered:
+            return transfer.text();
+        case Outcome::refused:
+            break; // perhaps it has the next one
+        case Outcome::failed:
             giveUp();
             return std::nullopt;
-        }
-        if (answer.outcome == Outcome::delivered) {
-            return target == XCB_ATOM_STRING ? QString::fromLatin1(answer.bytes)
-                                             : decodeUtf8(answer.bytes);
         }
     }
     return std::nullopt;
@@ -64,49 +54,28 @@ void SelectionReader::handleEvent(const xcb_generic_event_t& event) {
     }
 }
 
-SelectionReader::Answer SelectionReader::ask(xcb_atom_t target) {
+SelectionReader::Outcome SelectionReader::ask(TextTransfer& transfer) {
     const xcb_window_t window = m_connection->window();
     const xcb_atom_t property = m_slots[m_current].property;
     xcb_delete_property(m_connection->get(), window, property);
-    xcb_convert_selection(m_connection->get(), window, m_selection, target, property,
+    xcb_convert_selection(m_connection->get(), window, m_selection, transfer.target(), property,
                           m_requestTime);
-    const XcbEvent event = nextEvent([&](const auto& e) { return isAnswer(e, target); });
+    const XcbEvent event = nextEvent([&](const auto& e) { return isAnswer(e, transfer.target()); });
     if (!event) {
-        return {Outcome::failed, {}};
+        return Outcome::failed;
     }
     if (eventAs<xcb_selection_notify_event_t>(*event).property == XCB_ATOM_NONE) {
-        return {Outcome::refused, {}};
+        return Outcome::refused;
     }
-    const XcbConnection::Property value = takeValue();
-    if (value.type == m_incr) {
-        return receivePieces(target);
-    }
-    const bool isText =
-        value.type == target && value.format == 8 && value.bytes.size() <= qsizetype{kMaxBytes};
-    return {isText ? Outcome::delivered : Outcome::failed, value.bytes};
-}
-
-/// The INCR protocol: deleting the property asks for the next piece, an empty one is the end.
-SelectionReader::Answer SelectionReader::receivePieces(xcb_atom_t target) {
-    const auto isPiece = [this](const xcb_generic_event_t& event) {
-        return slotOf(event) == &m_slots[m_current] && isNewValue(event);
+    // Taking a value deletes the property, which asks for the next piece.
+    const auto isPiece = [this](const xcb_generic_event_t& e) {
+        return slotOf(e) == &m_slots[m_current] && isNewValue(e);
     };
-    QByteArray bytes;
-    while (nextEvent(isPiece)) {
-        const XcbConnection::Property piece = takeValue();
-        if (piece.type == XCB_ATOM_NONE) {
-            continue; // the event of a value that has been read already
-        }
-        if (piece.bytes.isEmpty()) {
-            return {Outcome::delivered, bytes};
-        }
-        if (piece.type != target || piece.format != 8 ||
-            bytes.size() + piece.bytes.size() > qsizetype{kMaxBytes}) {
-            break;
-        }
-        bytes += piece.bytes;
+    TextTransfer::State state = transfer.take(takeValue());
+    while (state == TextTransfer::State::receiving && nextEvent(isPiece)) {
+        state = transfer.take(takeValue());
     }
-    return {Outcome::failed, {}};
+    return state == TextTransfer::State::delivered ? Outcome::delivered : Outcome::failed;
 }
 
 /// Null when the owner has been silent for too long or the time is up altogether.
@@ -127,8 +96,8 @@ SelectionReader::nextEvent(const std::function<bool(const xcb_generic_event_t&)>
 }
 
 XcbConnection::Property SelectionReader::takeValue() const {
-    return m_connection->property(m_connection->window(), m_slots[m_current].property, kMaxBytes,
-                                  true);
+    return m_connection->property(m_connection->window(), m_slots[m_current].property,
+                                  TextTransfer::maxBytes, true);
 }
 
 /// The time tells an answer from a late one to an earlier request.

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/X11/TextTransfer.h"
 #include "Platform/X11/XcbConnection.h"
 
-#include <QByteArray>
 #include <QDeadlineTimer>
 #include <QString>
 
@@ -28,10 +28,6 @@ public:
 
 private:
     enum class Outcome { delivered, refused, failed };
-    struct Answer {
-        Outcome outcome;
-        QByteArray bytes;
-    };
     /// A property of our window that an owner writes to. One whose request was given up may still
     /// be written to, so the next request uses another.
     struct Slot {
@@ -39,8 +35,7 @@ private:
         int lateValuesToDelete = 0;
     };
 
-    [[nodiscard]] Answer ask(xcb_atom_t target);
-    [[nodiscard]] Answer receivePieces(xcb_atom_t target);
+    [[nodiscard]] Outcome ask(TextTransfer& transfer);
     [[nodiscard]] XcbEvent
     nextEvent(const std::function<bool(const xcb_generic_event_t&)>& isExpected);
     [[nodiscard]] XcbConnection::Property takeValue() const;

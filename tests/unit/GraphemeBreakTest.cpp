@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "Velmorin/KeyboardLayoutMap.h"
+#include "tests/contracts/ConversionByDefinition.h"
 
 #include <gtest/gtest.h>
-#include <unicode/ubrk.h>
 
 #include <QFile>
-#include <QStringList>
-
-#include <algorithm>
 
 namespace velmorin {
 namespace {
-
-using KeyboardLayoutMap::Table;
 
 /// A line of Unicode's GraphemeBreakTest.txt: "÷ 0061 × 0308 ÷ 0062 ÷".
 struct BreakTest {
@@ -50,59 +44,10 @@ QString textOf(const QList<char32_t>& scalars) {
     return QString::fromUcs4(scalars.constData(), scalars.size());
 }
 
-QStringList characters(QStringView text) {
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::LocalUBreakIteratorPointer iterator(
-        ubrk_open(UBRK_CHARACTER, "", text.utf16(), static_cast<int32_t>(text.size()), &status));
-    QStringList result;
-    int32_t begin = 0;
-    for (int32_t end; (end = ubrk_next(iterator.getAlias())) != UBRK_DONE; begin = end)
-        result.append(text.sliced(begin, end - begin).toString());
-    return result;
-}
-
-QString substituted(const QStringList& characters, const Table& table) {
-    QString result;
-    for (const QString& character : characters) {
-        const char16_t* value =
-            character.size() == 1 ? table.find(character[0].unicode()) : nullptr;
-        result += value ? QString(QChar(*value)) : character;
-    }
-    return result;
-}
-
-bool isArabic(QChar first) {
-    const char16_t c = first.unicode();
-    return (c >= 0x0600 && c <= 0x06FF) || (c >= 0x0750 && c <= 0x077F) ||
-           (c >= 0x08A0 && c <= 0x08FF) || (c >= 0xFB50 && c <= 0xFDFF) ||
-           (c >= 0xFE70 && c <= 0xFEFF);
-}
-
-bool isLatin(QChar first) {
-    return first.unicode() < 0x80 && first.isLetter();
-}
-
-/// The definition, one character after the other.
-QString detectedAndSubstituted(const QStringList& characters) {
-    const auto count = [&characters](bool (*matches)(QChar)) {
-        return std::count_if(characters.begin(), characters.end(),
-                             [&](const QString& character) { return matches(character[0]); });
-    };
-    const auto arabic = count(isArabic);
-    const auto latin = count(isLatin);
-    if (arabic == 0 && latin == 0)
-        return characters.join(QString());
-    return substituted(characters, arabic >= latin ? KeyboardLayoutMap::arabicToLatin()
-                                                   : KeyboardLayoutMap::latinToArabic());
-}
-
 void expectSameAsDefinition(const QString& text) {
-    const QStringList whole = characters(text);
-    EXPECT_EQ(KeyboardLayoutMap::toArabic(text),
-              substituted(whole, KeyboardLayoutMap::latinToArabic()));
-    EXPECT_EQ(KeyboardLayoutMap::toEnglish(text),
-              substituted(whole, KeyboardLayoutMap::arabicToLatin()));
-    EXPECT_EQ(KeyboardLayoutMap::convert(text, FlipMode::auto_), detectedAndSubstituted(whole));
+    for (const FlipMode mode : allCases) {
+        EXPECT_EQ(KeyboardLayoutMap::convert(text, mode), convertedByDefinition(text, mode));
+    }
 }
 
 TEST(GraphemeBreak, countsCharactersAsUnicodeDoes) {
