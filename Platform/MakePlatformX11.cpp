@@ -30,6 +30,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <sys/resource.h>
+
 namespace velmorin {
 
 namespace {
@@ -43,9 +45,19 @@ public:
     PortalColorScheme colorScheme{[this](bool prefersDark) { setPrefersDark(prefersDark); }};
 };
 
+/// A core file would hold what the user has last flipped or copied.
+void forbidCoreFiles() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_CORE, &limit) == 0) {
+        limit.rlim_cur = 0;
+        ::setrlimit(RLIMIT_CORE, &limit);
+    }
+}
+
 } // namespace
 
 std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
+    forbidCoreFiles();
     // Qt ends the process when there is no display.
     if (!XcbConnection::canOpen()) {
         const QString display = qEnvironmentVariable("DISPLAY");

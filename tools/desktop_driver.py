@@ -358,7 +358,9 @@ class InaccessibleEditor(Application):
         )
         # The window is there before it listens: a key that it answers shows that it does.
         wait_until(self.answers, "the editor to take keys")
-        wait_until(lambda: self.text() == text or self.keys("BackSpace"), "its first words")
+        self.keys(*["BackSpace"] * (len(self.text()) - len(text)))
+        wait_until(self.is_changed, "the keys to be taken back")
+        self.expect(text)
 
     def answers(self):
         self.keys("ctrl+End")

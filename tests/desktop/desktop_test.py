@@ -16,6 +16,7 @@ PASTED = "FLIP DONE (clipboard)"
 
 class DesktopTest(unittest.TestCase):
     expected_errors = r"\A\Z"  # what the program says on standard error
+    environment = {}  # what it is started with
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -31,7 +32,7 @@ class DesktopTest(unittest.TestCase):
         """What is to be there before the program starts."""
 
     def start_velmorin(self, **options):
-        environment = {"XDG_CONFIG_HOME": os.path.dirname(self.configuration)}
+        environment = {"XDG_CONFIG_HOME": os.path.dirname(self.configuration), **self.environment}
         environment.update(options.pop("environment", {}))
         velmorin = Velmorin(PROGRAM, environment=environment, **options)
         self.addCleanup(velmorin.stop)

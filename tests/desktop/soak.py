@@ -135,6 +135,7 @@ class Soak:
                 field.stop()
                 owner.kill()
                 owner.wait()
+            print(f"{done} flips", flush=True)
 
     def run_beside_a_copier(self, flips):
         """What another program copies in the middle of a flip may be what is pasted; but nothing

@@ -2,6 +2,7 @@
 """The built program on a real desktop, with editors that are not ours and the real hotkey. What a
 text became is read from the editor itself."""
 
+import os
 import subprocess
 import time
 import unittest
@@ -151,6 +152,61 @@ class ClipboardPath(FlipTest):
         lines = self.velmorin.flip("FLIP DONE")
         self.assertIn(f"  Clipboard: changed=true, len={len(text)}", lines)
         editor.expect(to_arabic(text))
+
+
+class Privacy(FlipTest):
+    # Freed memory is overwritten at once, so that what is found is held on to.
+    environment = {"GLIBC_TUNABLES": "glibc.malloc.tcache_count=0:glibc.malloc.perturb=85"}
+
+    def memory(self):
+        process = self.velmorin.process.pid
+        with open(f"/proc/{process}/maps", encoding="utf-8") as maps:
+            areas = [line.split()[0] for line in maps if " rw" in line]
+        with open(f"/proc/{process}/mem", "rb", buffering=0) as memory:
+            for area in areas:
+                begin, end = (int(address, 16) for address in area.split("-"))
+                memory.seek(begin)
+                yield memory.read(end - begin)
+
+    def holds(self, text):
+        return any(text.encode("utf-16-le") in area for area in self.memory())
+
+    def test_no_text_is_kept(self):
+        text = "hgsghk qwpoeiruty zmxncbv lkjahsgdf"
+        for kind in (AccessibleEditor, InaccessibleEditor):
+            with self.subTest(kind.__name__):
+                own = self.own_clipboard("something that was copied before it")
+                editor = self.start(kind, text)
+                self.velmorin.flip("FLIP DONE")
+                editor.expect(to_arabic(text))
+                # Until someone else copies, the clipboard's earlier text has to be served.
+                if kind is InaccessibleEditor:
+                    self.assertTrue(self.holds("something that was copied before it"))
+                own.kill()
+                self.own_clipboard("another one")
+                for kept in (text, to_arabic(text), "something that was copied before it"):
+                    wait_until(lambda kept=kept: not self.holds(kept), "the text to be forgotten")
+                editor.stop()
+                self.velmorin.ready_again()
+
+    def test_no_core_file(self):
+        with open(f"/proc/{self.velmorin.process.pid}/limits", encoding="ascii") as limits:
+            self.assertRegex(limits.read(), r"Max core file size +0 ")
+
+    def test_it_listens_to_nobody(self):
+        folder = f"/proc/{self.velmorin.process.pid}/fd"
+        files = [os.readlink(os.path.join(folder, number)) for number in os.listdir(folder)]
+        sockets = {name[8:-1] for name in files if name.startswith("socket:[")}
+        self.assertTrue(sockets)
+        # Columns of unix: number, references, protocol, flags (listening: 1 << 16), ..., inode.
+        with open("/proc/net/unix", encoding="utf-8", errors="replace") as table:
+            rows = [line.split() for line in table][1:]
+        listening = {row[6] for row in rows if int(row[3], 16) & 1 << 16}
+        others = set()
+        for protocol in ("tcp", "tcp6", "udp", "udp6"):
+            with open(f"/proc/net/{protocol}", encoding="ascii") as table:
+                others |= {line.split()[9] for line in table}
+        self.assertEqual(sockets & (listening | others), set())
 
 
 class OwnShortcut(FlipTest):
