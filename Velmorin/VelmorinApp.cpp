@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/MakePlatform.h"
 #include "Velmorin/AppDelegate.h"
+#include "Velmorin/CommandLine.h"
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
 #include <variant>
 
@@ -28,6 +30,13 @@ void printLog(const LiveLog& log) {
 class VelmorinEntry {
 public:
     [[nodiscard]] static int main(int& argc, char** argv) {
+        const auto answer = answerToCommandLine(
+            {argv + std::min(argc, 1), static_cast<size_t>(std::max(argc - 1, 0))});
+        if (answer) {
+            std::fputs(answer->output.c_str(), stdout);
+            std::fputs(answer->error.c_str(), stderr);
+            return answer->exitStatus;
+        }
         QCoreApplication::setApplicationName(QStringLiteral("velmorin"));
         auto made = makePlatform(argc, argv);
         if (const auto* end = std::get_if<EarlyEnd>(&made)) {
