@@ -25,6 +25,11 @@ namespace velmorin {
 
 /// A platform that lives in memory, and the handles by which a test moves it.
 struct MemoryPlatform {
+    // Made in one place, so that not every test compiles all of them.
+    MemoryPlatform();
+    ~MemoryPlatform();
+    Q_DISABLE_COPY_MOVE(MemoryPlatform)
+
     std::shared_ptr<MemoryApplication> application = std::make_shared<MemoryApplication>();
     std::shared_ptr<MemoryMainQueue> mainQueue = std::make_shared<MemoryMainQueue>();
     std::shared_ptr<MemoryClock> clock = std::make_shared<MemoryClock>(mainQueue);
@@ -46,27 +51,7 @@ struct MemoryPlatform {
     std::shared_ptr<MemoryWindows> windows = std::make_shared<MemoryWindows>();
     std::shared_ptr<MemoryWorkspace> workspace = std::make_shared<MemoryWorkspace>();
 
-    [[nodiscard]] Platform platform() const {
-        return {.application = application,
-                .mainQueue = mainQueue,
-                .clock = clock,
-                .hotKeys = hotKeys,
-                .activeWindow = activeWindow,
-                .accessibility = accessibility,
-                .pasteboard = pasteboard,
-                .keyEvents = keyEvents,
-                .eventTaps = eventTaps,
-                .standardUserDefaults = standardUserDefaults,
-                .userDefaultsSuite = [suite = suiteUserDefaults](const QString&) { return suite; },
-                .keychain = keychain,
-                .kernelServices = kernelServices,
-                .authorization = authorization,
-                .statusBar = statusBar,
-                .symbolImages = symbolImages,
-                .timers = timers,
-                .windows = windows,
-                .workspace = workspace};
-    }
+    [[nodiscard]] Platform platform() const;
 };
 
 } // namespace velmorin
