@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 
 namespace velmorin {
@@ -10,6 +11,7 @@ namespace velmorin {
 namespace {
 
 constexpr uint32_t kMaxMultipleTargets = 64;
+constexpr auto kLateLimit = std::chrono::seconds(10);
 
 /// Of two numbers of a counter that wraps around.
 bool isBefore(uint32_t earlier, uint32_t later) {
@@ -30,8 +32,8 @@ QByteArray bytesOf(const std::vector<T>& values) {
 
 SelectionServer::SelectionServer(std::shared_ptr<XcbConnection> connection,
                                  std::shared_ptr<MainQueue> queue, xcb_atom_t selection)
-    : m_connection(std::move(connection)),
-      m_sender(std::make_shared<IncrementalSender>(m_connection, std::move(queue))),
+    : m_connection(std::move(connection)), m_queue(std::move(queue)),
+      m_sender(std::make_shared<IncrementalSender>(m_connection, m_queue)),
       m_selection(selection), m_atoms{m_connection->atom("TARGETS"),
                                       m_connection->atom("TIMESTAMP"),
                                       m_connection->atom("MULTIPLE"),
@@ -43,7 +45,11 @@ SelectionServer::SelectionServer(std::shared_ptr<XcbConnection> connection,
                                       m_connection->atom("x-kde-passwordManagerHint")} {}
 
 bool SelectionServer::own(std::optional<QString> text) {
-    drop();
+    const auto isOwner = [this] { return currentOwner() == m_connection->window(); };
+    if (!m_contents->empty() && !isOwner()) {
+        drop(); // somebody else had it meanwhile
+    }
+    std::vector<Contents> contents = std::exchange(*m_contents, {});
     const xcb_timestamp_t now = m_connection->serverTime();
     if (now == XCB_CURRENT_TIME) {
         return false; // the server has gone
@@ -51,17 +57,30 @@ bool SelectionServer::own(std::optional<QString> text) {
     m_ownedSinceRequest =
         xcb_set_selection_owner(m_connection->get(), m_connection->window(), m_selection, now)
             .sequence;
-    m_isOwner = currentOwner() == m_connection->window();
-    if (m_isOwner) {
-        m_ownedSince = now;
-        m_text = std::move(text);
+    if (!isOwner()) {
+        return false;
     }
-    return m_isOwner;
+    contents.push_back({std::move(text), now});
+    *m_contents = std::move(contents);
+    forgetLater(now);
+    return true;
 }
 
 void SelectionServer::drop() {
-    m_isOwner = false;
-    m_text.reset();
+    m_contents->clear();
+}
+
+std::optional<QString> SelectionServer::text() const {
+    return m_contents->empty() ? std::nullopt : m_contents->back().text;
+}
+
+void SelectionServer::forgetLater(xcb_timestamp_t replaced) {
+    m_queue->asyncAfter(kLateLimit, [weak = std::weak_ptr(m_contents), replaced] {
+        if (const auto contents = weak.lock()) {
+            std::erase_if(*contents,
+                          [&](const Contents& each) { return isBefore(each.since, replaced); });
+        }
+    });
 }
 
 xcb_window_t SelectionServer::currentOwner() const {
@@ -91,11 +110,13 @@ void SelectionServer::answer(const xcb_selection_request_event_t& request) {
     // Clients from before the conventions of 1989 name no property.
     const xcb_atom_t property =
         request.property != XCB_ATOM_NONE ? request.property : request.target;
+    const Contents* contents =
+        request.selection == m_selection ? contentsAt(request.time) : nullptr;
     bool delivered = false;
-    if (isForUs(request)) {
+    if (contents != nullptr) {
         delivered = request.target == m_atoms.multiple
-                        ? deliverMultiple(request.requestor, request.property)
-                        : deliver(request.requestor, property, request.target);
+                        ? deliverMultiple(*contents, request.requestor, request.property)
+                        : deliver(*contents, request.requestor, property, request.target);
     }
     const xcb_selection_notify_event_t notify{XCB_SELECTION_NOTIFY,
                                               0,
@@ -110,15 +131,19 @@ void SelectionServer::answer(const xcb_selection_request_event_t& request) {
     xcb_send_event(m_connection->get(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event);
 }
 
-/// A request from before we became the owner asks for a text that is no longer there. It must not
-/// get the present one: that would be the old text put back after a paste that came late.
-bool SelectionServer::isForUs(const xcb_selection_request_event_t& request) const {
-    return m_isOwner && request.selection == m_selection &&
-           (request.time == XCB_CURRENT_TIME || !isBefore(request.time, m_ownedSince));
+/// What the selection was at a time; null when it was not ours. A request from before a text must
+/// not get it: that would be the user's own text, put back, in the place of what was to be pasted.
+const SelectionServer::Contents* SelectionServer::contentsAt(xcb_timestamp_t time) const {
+    const auto found =
+        std::find_if(m_contents->rbegin(), m_contents->rend(), [&](const Contents& contents) {
+            return time == XCB_CURRENT_TIME || !isBefore(time, contents.since);
+        });
+    return found == m_contents->rend() ? nullptr : &*found;
 }
 
-bool SelectionServer::deliver(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t target) {
-    const std::optional<Value> value = valueAs(target);
+bool SelectionServer::deliver(const Contents& contents, xcb_window_t requestor, xcb_atom_t property,
+                              xcb_atom_t target) {
+    const std::optional<Value> value = valueAs(contents, target);
     m_sender->cancel(requestor, property);
     if (!value) {
         return false;
@@ -133,7 +158,8 @@ bool SelectionServer::deliver(xcb_window_t requestor, xcb_atom_t property, xcb_a
 }
 
 /// The property names pairs of a target and a property; a target that we do not have becomes None.
-bool SelectionServer::deliverMultiple(xcb_window_t requestor, xcb_atom_t property) {
+bool SelectionServer::deliverMultiple(const Contents& contents, xcb_window_t requestor,
+                                      xcb_atom_t property) {
     using Pair = std::array<xcb_atom_t, 2>;
     const XcbConnection::Property request =
         m_connection->property(requestor, property, kMaxMultipleTargets * sizeof(Pair));
@@ -144,7 +170,7 @@ bool SelectionServer::deliverMultiple(xcb_window_t requestor, xcb_atom_t propert
     std::vector<Pair> pairs(count);
     std::memcpy(pairs.data(), request.bytes.constData(), count * sizeof(Pair));
     for (auto& [target, into] : pairs) {
-        if (into == XCB_ATOM_NONE || !deliver(requestor, into, target)) {
+        if (into == XCB_ATOM_NONE || !deliver(contents, requestor, into, target)) {
             target = XCB_ATOM_NONE;
         }
     }
@@ -153,24 +179,26 @@ bool SelectionServer::deliverMultiple(xcb_window_t requestor, xcb_atom_t propert
     return true;
 }
 
-std::optional<SelectionServer::Value> SelectionServer::valueAs(xcb_atom_t target) const {
+std::optional<SelectionServer::Value> SelectionServer::valueAs(const Contents& contents,
+                                                               xcb_atom_t target) const {
     if (target == m_atoms.targets) {
-        return Value{XCB_ATOM_ATOM, 32, bytesOf(targets())};
+        return Value{XCB_ATOM_ATOM, 32, bytesOf(targets(contents))};
     }
     if (target == m_atoms.timestamp) {
-        return Value{XCB_ATOM_INTEGER, 32, bytesOf(std::vector{m_ownedSince})};
+        return Value{XCB_ATOM_INTEGER, 32, bytesOf(std::vector{contents.since})};
     }
-    if (!m_text) {
+    const std::optional<QString>& text = contents.text;
+    if (!text) {
         return std::nullopt;
     }
     if (target == m_atoms.utf8String || target == m_atoms.utf8Plain || target == m_atoms.plain) {
-        return Value{target, 8, m_text->toUtf8()};
+        return Value{target, 8, text->toUtf8()};
     }
     if (target == m_atoms.text) {
-        return Value{m_atoms.utf8String, 8, m_text->toUtf8()}; // the owner's choice of a type
+        return Value{m_atoms.utf8String, 8, text->toUtf8()}; // the owner's choice of a type
     }
-    if (target == XCB_ATOM_STRING && isLatin1(*m_text)) {
-        return Value{XCB_ATOM_STRING, 8, m_text->toLatin1()};
+    if (target == XCB_ATOM_STRING && isLatin1(*text)) {
+        return Value{XCB_ATOM_STRING, 8, text->toLatin1()};
     }
     if (target == m_atoms.hint) {
         return Value{target, 8, QByteArrayLiteral("secret")};
@@ -178,12 +206,12 @@ std::optional<SelectionServer::Value> SelectionServer::valueAs(xcb_atom_t target
     return std::nullopt;
 }
 
-std::vector<xcb_atom_t> SelectionServer::targets() const {
+std::vector<xcb_atom_t> SelectionServer::targets(const Contents& contents) const {
     std::vector<xcb_atom_t> atoms{m_atoms.targets, m_atoms.timestamp, m_atoms.multiple};
-    if (m_text) {
+    if (contents.text) {
         atoms.insert(atoms.end(), {m_atoms.utf8String, m_atoms.utf8Plain, m_atoms.plain,
                                    m_atoms.text, m_atoms.hint});
-        if (isLatin1(*m_text)) {
+        if (isLatin1(*contents.text)) {
             atoms.push_back(XCB_ATOM_STRING);
         }
     }

@@ -13,7 +13,10 @@
 
 namespace velmorin {
 
-/// Owns a selection and gives its text to the clients that ask for it. Main thread.
+/// Owns a selection and gives its text to the clients that ask for it. A client that is late, and
+/// asks in the name of an earlier time, gets the text of that time for ten seconds more: a busy
+/// application that pastes after its user's text was put back still pastes the right one. Main
+/// thread.
 class SelectionServer {
 public:
     SelectionServer(std::shared_ptr<XcbConnection> connection, std::shared_ptr<MainQueue> queue,
@@ -23,11 +26,11 @@ public:
     /// at all. False when the server did not let us.
     [[nodiscard]] bool own(std::optional<QString> text);
 
-    /// Forgets the text and answers no more requests.
+    /// Forgets all texts and answers no more requests.
     void drop();
 
     /// The text that is being served.
-    [[nodiscard]] const std::optional<QString>& text() const { return m_text; }
+    [[nodiscard]] std::optional<QString> text() const;
 
     /// The window that owns the selection now. One round trip.
     [[nodiscard]] xcb_window_t currentOwner() const;
@@ -36,6 +39,11 @@ public:
     void handleEvent(const xcb_generic_event_t& event);
 
 private:
+    /// No text when the selection is owned, but empty.
+    struct Contents {
+        std::optional<QString> text;
+        xcb_timestamp_t since;
+    };
     struct Value {
         xcb_atom_t type;
         uint8_t format;
@@ -43,23 +51,26 @@ private:
     };
 
     void answer(const xcb_selection_request_event_t& request);
-    [[nodiscard]] bool isForUs(const xcb_selection_request_event_t& request) const;
-    [[nodiscard]] bool deliver(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t target);
-    [[nodiscard]] bool deliverMultiple(xcb_window_t requestor, xcb_atom_t property);
-    [[nodiscard]] std::optional<Value> valueAs(xcb_atom_t target) const;
-    [[nodiscard]] std::vector<xcb_atom_t> targets() const;
+    [[nodiscard]] const Contents* contentsAt(xcb_timestamp_t time) const;
+    [[nodiscard]] bool deliver(const Contents& contents, xcb_window_t requestor,
+                               xcb_atom_t property, xcb_atom_t target);
+    [[nodiscard]] bool deliverMultiple(const Contents& contents, xcb_window_t requestor,
+                                       xcb_atom_t property);
+    [[nodiscard]] std::optional<Value> valueAs(const Contents& contents, xcb_atom_t target) const;
+    [[nodiscard]] std::vector<xcb_atom_t> targets(const Contents& contents) const;
+    void forgetLater(xcb_timestamp_t replaced);
 
     std::shared_ptr<XcbConnection> m_connection;
+    std::shared_ptr<MainQueue> m_queue;
     std::shared_ptr<IncrementalSender> m_sender;
     xcb_atom_t m_selection;
     struct {
         xcb_atom_t targets, timestamp, multiple, atomPair, utf8String, utf8Plain, plain, text, hint;
     } m_atoms;
 
-    bool m_isOwner = false;
-    xcb_timestamp_t m_ownedSince = XCB_CURRENT_TIME;
     uint32_t m_ownedSinceRequest = 0; // the sequence number of the request that made us the owner
-    std::optional<QString> m_text;
+    /// In their order in time; none while somebody else owns the selection.
+    std::shared_ptr<std::vector<Contents>> m_contents = std::make_shared<std::vector<Contents>>();
 };
 
 } // namespace velmorin

@@ -125,6 +125,7 @@ class Faults(FlipTest):
         for kind, line, pause in (
             *((AccessibleEditor, "Trying AX", pause) for pause in (0, 0.002, 0.004, 0.008)),
             *((InaccessibleEditor, line, 0) for line in ("  ⌘A", "  ⌘C", "  Converted")),
+            (InaccessibleEditor, "  ⌘V", 0),
         ):
             with self.subTest(kind=kind.__name__, line=line, pause=pause):
                 self.own_clipboard("before")
@@ -137,6 +138,8 @@ class Faults(FlipTest):
                 self.press_and(line, stop)
                 self.assertEqual(Clipboard.get(), "before")
                 os.killpg(editor.process.pid, signal.SIGCONT)
+                if line == "  Converted":
+                    editor.expect(TEXTS[1])  # pasted when its user's text was long put back
                 wait_until(lambda editor=editor: editor.text() in TEXTS, "one of the two texts")
                 editor.stop()
 

@@ -270,6 +270,30 @@ TEST_F(XcbPasteboardTest, ARequestFromBeforeTheTextWasSetDoesNotGetIt) {
     EXPECT_TRUE(client.ask("UTF8_STRING", "A", client.serverTime()));
 }
 
+TEST_F(XcbPasteboardTest, ALateReaderGetsTheTextOfItsTime) {
+    Requestor client;
+    const auto laterTime = [&] {
+        const xcb_timestamp_t time = client.serverTime();
+        EXPECT_TRUE(waitUntil([&] { return client.serverTime() != time; }));
+        return time;
+    };
+    set(QStringLiteral("earlier"));
+    std::ignore = laterTime();
+    set(QStringLiteral("pasted"));
+    const xcb_timestamp_t paste = laterTime();
+    m_pasteboard.clearContents();
+    const xcb_timestamp_t cleared = laterTime();
+    set(QStringLiteral("restored"));
+    ASSERT_TRUE(client.ask("UTF8_STRING", "A", paste));
+    EXPECT_EQ(client.take("A").bytes, "pasted");
+    EXPECT_FALSE(client.ask("UTF8_STRING", "A", cleared));
+    ASSERT_TRUE(client.ask("UTF8_STRING", "A"));
+    EXPECT_EQ(client.take("A").bytes, "restored");
+    m_queue->runAll(); // it is late no more, but long ago
+    EXPECT_FALSE(client.ask("UTF8_STRING", "A", paste));
+    EXPECT_TRUE(client.ask("UTF8_STRING", "A"));
+}
+
 TEST_F(XcbPasteboardTest, AReaderThatTakesNothingIsDropped) {
     set(longArabicText());
     Requestor client;
