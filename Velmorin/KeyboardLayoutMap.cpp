@@ -182,26 +182,111 @@ const Index& sharedIndex() {
     return index;
 }
 
-/// Changes each unit that is a whole character. To a unit that the tables hold, only a mark after
-/// it or a prepended mark before it can join. (Nothing joins a tab or a line feed, but they map to
-/// themselves.)
+/// Units are looked at in blocks first, by vector instructions where the compiler has any: prose
+/// has long runs of units of which nothing but a range need be known. Hence no conditions in what
+/// follows, and 16 bits throughout.
+constexpr qsizetype blockSize = 32;
+
+constexpr quint16 within(char16_t unit, char16_t first, char16_t last) {
+    return static_cast<quint16>(unit - first) <= static_cast<quint16>(last - first);
+}
+
+/// 1 for most units that are `plain` or `control`, 0 for all others. Those from U+0300 on are
+/// Arabic.
+constexpr quint16 isSimple(char16_t unit) {
+    return within(unit, 0x0000, 0x02FF) | within(unit, 0x0606, 0x060F) |
+           within(unit, 0x061B, 0x064A) | within(unit, 0x0660, 0x066F) |
+           within(unit, 0x0671, 0x06D5);
+}
+
+/// 1 for most units that are `plain` or `mark`, 0 for all others.
+constexpr quint16 isPlainOrMark(char16_t unit) {
+    return within(unit, 0x0020, 0x007E) | within(unit, 0x00AE, 0x036F) |
+           within(unit, 0x0606, 0x061B) | within(unit, 0x061D, 0x06DC);
+}
+
+/// 1 for the marks among those, 0 for the others.
+constexpr quint16 isMark(char16_t unit) {
+    return within(unit, 0x0300, 0x036F) | within(unit, 0x0610, 0x061A) |
+           within(unit, 0x064B, 0x065F) | within(unit, 0x0670, 0x0670) |
+           within(unit, 0x06D6, 0x06DC);
+}
+
+constexpr quint16 hasOwnSlot(char16_t unit) {
+    return unit < Index::end;
+}
+
+template <quint16 (*test)(char16_t)>
+bool holdsForAll(const char16_t* units, qsizetype count) {
+    quint16 result = 1;
+    for (qsizetype i = 0; i < count; ++i)
+        result = static_cast<quint16>(result & test(units[i]));
+    return result != 0;
+}
+
+/// Changes each unit of [begin, end) that is a whole character. To a unit that the tables hold,
+/// only a mark after it or a prepended mark before it can join. (Nothing joins a tab or a line
+/// feed, but they map to themselves.)
 template <char16_t KeyUnit::*change>
-QString substituted(QStringView text) {
-    const auto& keys = sharedIndex().keys;
-    const std::size_t outside = Index::sharedSlot(plain, 0);
-    const qsizetype size = text.size();
-    QString result(size, Qt::Uninitialized);
-    QChar* out = result.data();
-    std::size_t previous = outside;
-    std::size_t current = size > 0 ? Index::slotAt(text, 0) : outside;
-    for (qsizetype i = 0; i < size; ++i) {
-        const std::size_t next = i + 1 < size ? Index::slotAt(text, i + 1) : outside;
+void substitute(QStringView text, qsizetype begin, qsizetype end, char16_t* out) {
+    const KeyUnit* const keys = sharedIndex().keys.data();
+    const auto slotAt = [text](qsizetype i) {
+        return i >= 0 && i < text.size() ? Index::slotAt(text, i) : Index::sharedSlot(plain, 0);
+    };
+    std::size_t previous = slotAt(begin - 1);
+    std::size_t current = slotAt(begin);
+    for (qsizetype i = begin; i < end; ++i) {
+        const std::size_t next = slotAt(i + 1);
         const int applied =
             keys[current].*change & keys[next].sparesPrevious & keys[previous].sparesNext;
-        out[i] = QChar(text[i].unicode() ^ applied);
+        out[i] = static_cast<char16_t>(text[i].unicode() ^ applied);
         previous = current;
         current = next;
     }
+}
+
+/// The same for a block that has a unit before and one after it, all of which have own slots.
+template <char16_t KeyUnit::*change>
+void substituteBlock(const char16_t* units, char16_t* out) {
+    const KeyUnit* const keys = sharedIndex().keys.data();
+    KeyUnit previous = keys[units[-1]];
+    KeyUnit current = keys[units[0]];
+    for (qsizetype i = 0; i < blockSize; ++i) {
+        const KeyUnit next = keys[units[i + 1]];
+        const int applied = current.*change & next.sparesPrevious & previous.sparesNext;
+        out[i] = static_cast<char16_t>(units[i] ^ applied);
+        previous = current;
+        current = next;
+    }
+}
+
+template <char16_t KeyUnit::*change>
+QString substituted(QStringView text) {
+    const qsizetype size = text.size();
+    const char16_t* const units = text.utf16();
+    QString result(size, Qt::Uninitialized);
+    auto* const out = reinterpret_cast<char16_t*>(result.data());
+    for (qsizetype begin = 0; begin < size; begin += blockSize) {
+        const qsizetype end = begin + blockSize;
+        if (begin > 0 && end < size && holdsForAll<hasOwnSlot>(units + begin, blockSize) &&
+            hasOwnSlot(units[begin - 1]) && hasOwnSlot(units[end]))
+            substituteBlock<change>(units + begin, out + begin);
+        else
+            substitute<change>(text, begin, qMin(end, size), out);
+    }
+    return result;
+}
+
+/// The same for a text that has only simple units.
+template <char16_t KeyUnit::*change>
+QString substitutedSimply(QStringView text) {
+    const KeyUnit* const keys = sharedIndex().keys.data();
+    const char16_t* const units = text.utf16();
+    const qsizetype size = text.size();
+    QString result(size, Qt::Uninitialized);
+    auto* const out = reinterpret_cast<char16_t*>(result.data());
+    for (qsizetype i = 0; i < size; ++i)
+        out[i] = static_cast<char16_t>(units[i] ^ keys[units[i]].*change);
     return result;
 }
 
@@ -209,15 +294,18 @@ QString substituted(QStringView text) {
 struct ScriptCount {
     qsizetype arabicLessLatin = 0;
     bool any = false;
+    bool isSimple = true; ///< all units are
 };
 
-ScriptCount countScripts(QStringView text) {
+/// Counts the characters that begin in [begin, end).
+ScriptCount countScripts(QStringView text, qsizetype begin, qsizetype end) {
     const auto& scripts = sharedIndex().scripts;
     qsizetype sum = 0;
     int any = 0;
     // Where the text begins, a mark begins a character, as it does after a control.
-    std::size_t previous = Index::sharedSlot(control, 0);
-    for (qsizetype i = 0; i < text.size(); ++i) {
+    std::size_t previous =
+        begin > 0 ? Index::slotAt(text, begin - 1) : Index::sharedSlot(control, 0);
+    for (qsizetype i = begin; i < end; ++i) {
         const std::size_t current = Index::slotAt(text, i);
         int balance = scripts[current].balance;
         if (scripts[previous].overrules & scripts[current].role) [[unlikely]]
@@ -227,6 +315,46 @@ ScriptCount countScripts(QStringView text) {
         previous = current;
     }
     return {sum, any != 0};
+}
+
+/// The same for a block of units for which `isSimple()` holds, or `isPlainOrMark()` when it may
+/// have marks, and for the unit before it, too.
+template <bool mayHaveMarks>
+ScriptCount countBlock(const char16_t* units) {
+    quint16 latin = 0;
+    quint16 arabic = 0;
+    for (qsizetype i = 0; i < blockSize; ++i) {
+        const auto lowerCase = static_cast<char16_t>(units[i] | 0x20);
+        latin = static_cast<quint16>(latin + within(lowerCase, u'a', u'z'));
+        arabic = static_cast<quint16>(arabic + (units[i] >= 0x0300));
+        if constexpr (mayHaveMarks)
+            arabic = static_cast<quint16>(arabic - isMark(units[i]));
+    }
+    return {arabic - latin, (arabic | latin) != 0};
+}
+
+ScriptCount countScripts(QStringView text) {
+    const char16_t* const units = text.utf16();
+    ScriptCount count;
+    for (qsizetype begin = 0; begin < text.size(); begin += blockSize) {
+        const qsizetype end = qMin(begin + blockSize, text.size());
+        const char16_t* const block = units + begin;
+        const bool isWhole = end - begin == blockSize;
+        const bool isSimpleBlock = isWhole ? holdsForAll<isSimple>(block, blockSize)
+                                           : holdsForAll<isSimple>(block, end - begin);
+        ScriptCount part;
+        if (isWhole && isSimpleBlock && begin > 0 && isSimple(block[-1]))
+            part = countBlock<false>(block);
+        else if (isWhole && begin > 0 && isPlainOrMark(block[-1]) &&
+                 holdsForAll<isPlainOrMark>(block, blockSize))
+            part = countBlock<true>(block);
+        else
+            part = countScripts(text, begin, end);
+        count.arabicLessLatin += part.arabicLessLatin;
+        count.any |= part.any;
+        count.isSimple &= isSimpleBlock;
+    }
+    return count;
 }
 
 } // namespace
@@ -272,7 +400,11 @@ QString convert(QStringView text, FlipMode mode) {
     const ScriptCount count = countScripts(text);
     if (!count.any)
         return text.toString();
-    return count.arabicLessLatin >= 0 ? toEnglish(text) : toArabic(text);
+    const bool isArabic = count.arabicLessLatin >= 0;
+    if (count.isSimple)
+        return isArabic ? substitutedSimply<&KeyUnit::toEnglish>(text)
+                        : substitutedSimply<&KeyUnit::toArabic>(text);
+    return isArabic ? toEnglish(text) : toArabic(text);
 }
 
 qsizetype characterCount(QStringView text) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Velmorin/KeyboardLayoutMap.h"
+#include "tests/contracts/ConversionByDefinition.h"
 
 #include <gtest/gtest.h>
 
@@ -82,6 +82,25 @@ TEST(KeyboardLayoutMap, arabicRangesAreInclusive) {
         EXPECT_EQ(KeyboardLayoutMap::convert(outside + QStringLiteral(" q"), auto_),
                   outside + QStringLiteral(" \u0636"))
             << uint{outside.unicode()};
+    }
+}
+
+TEST(KeyboardLayoutMap, everyUnitInALongTextIsAsDefined) {
+    // As many letters of each script, or one more of Latin: the unit decides the direction.
+    for (const QStringView end : {u"", u"q"}) {
+        for (const QStringView base : {u"q\u0634", u"q\u0634\u064E"}) {
+            const QString around = base.toString().repeated(96 / base.size()).append(end);
+            for (char16_t unit = 0; unit <= 0x0700; ++unit) {
+                for (const qsizetype offset : {31, 64, 65}) {
+                    const QString text = QString(around).insert(offset, QChar(unit));
+                    for (const FlipMode mode : {auto_, forceArabic}) {
+                        ASSERT_EQ(KeyboardLayoutMap::convert(text, mode),
+                                  convertedByDefinition(text, mode))
+                            << uint{unit} << " at " << offset;
+                    }
+                }
+            }
+        }
     }
 }
 
