@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <tuple>
 
 namespace velmorin {
 
@@ -21,7 +22,9 @@ AXError errorOf(const AtSpiElement& element) {
 }
 
 AXError copySelectedText(AtSpiElement& element, QVariant& value) {
+    element.askAhead({.selection = true, .characterCount = true});
     const std::optional<AtSpiElement::Range> range = element.selection();
+    std::ignore = element.characterCount(); // then known to who reads the value next
     if (!range) {
         return errorOf(element);
     }
@@ -35,9 +38,8 @@ AXError copySelectedText(AtSpiElement& element, QVariant& value) {
 }
 
 AXError copyValue(AtSpiElement& element, QVariant& value) {
-    // Asked for up to its end by number: GTK 4's entry takes -1 for "nothing".
-    const std::optional<int> count = element.characterCount();
-    const std::optional<QString> text = count ? element.text({0, *count}) : std::nullopt;
+    element.askAhead({.characterCount = true, .text = element.knownExtent()});
+    const std::optional<QString> text = element.value();
     if (!text) {
         return errorOf(element);
     }
@@ -45,19 +47,20 @@ AXError copyValue(AtSpiElement& element, QVariant& value) {
     return AXError::success;
 }
 
-/// Replaces everything. The caret stays where it is: the text has as many characters as before.
+/// Replaces everything, unless it has changed since it was read. The caret stays where it is: the
+/// text has as many characters as before.
 AXError setValue(AtSpiElement& element, const QString& text) {
-    const std::optional<int> count = element.characterCount();
+    const std::optional<QString> read = element.lastValue();
     const std::optional<int> caret = element.caretOffset();
-    const std::optional<QString> old = count ? element.text({0, *count}) : std::nullopt;
-    if (!old) {
+    const std::optional<QString> old = element.value();
+    if (!old || (read && read != old)) {
         return errorOf(element);
     }
-    element.setText(text);
-    const std::optional<int> newCount = element.characterCount();
-    const std::optional<QString> written = newCount ? element.text({0, *newCount}) : std::nullopt;
+    const std::optional<AtSpiElement::Range> extent = element.knownExtent();
+    element.setText(text, {.characterCount = true, .text = extent});
+    const std::optional<QString> written = element.value();
     if (written == text) {
-        element.setCaretOffset(caret.value_or(*newCount));
+        element.setCaretOffset(caret.value_or(element.knownExtent()->end));
         return AXError::success;
     }
     if (written && written != old) {
@@ -74,7 +77,10 @@ AXError setSelectedText(AtSpiElement& element, const QString& text) {
     if (!range || range->start == range->end || !count) {
         return errorOf(element);
     }
-    element.insertText(range->start, text);
+    const int removed = range->end - range->start;
+    element.insertText(
+        range->start, text,
+        {.characterCount = true, .text = AtSpiElement::Range{range->start, range->end}});
     const std::optional<int> grown = element.characterCount();
     const int added = grown ? *grown - *count : 0;
     if (added <= 0) {
@@ -82,9 +88,9 @@ AXError setSelectedText(AtSpiElement& element, const QString& text) {
     }
     const AtSpiElement::Range inserted{range->start, range->start + added};
     if (element.text(inserted) == text &&
-        element.deleteText({inserted.end, inserted.end + (range->end - range->start)}) &&
-        element.characterCount() == *count + added - (range->end - range->start) &&
-        element.text(inserted) == text) {
+        element.deleteText({inserted.end, inserted.end + removed},
+                           {.characterCount = true, .text = inserted}) &&
+        element.characterCount() == *count + added - removed && element.text(inserted) == text) {
         element.setCaretOffset(inserted.end);
         return AXError::success;
     }
@@ -154,6 +160,14 @@ AXError AtSpiAccessibility::setAttributeValue(const AXUIElementRef& element,
     if (!selected && attribute != QLatin1String(kAXValueAttribute)) {
         return AXError::attributeUnsupported;
     }
+    // What the check and the writing ask first, at once.
+    accessible->askAhead({.states = true,
+                          .interfaces = true,
+                          .selection = selected,
+                          .characterCount = true,
+                          .caretOffset = !selected,
+                          .toolkit = selected,
+                          .text = selected ? std::nullopt : accessible->knownExtent()});
     if (const AXError error = mayWrite(*accessible); error != AXError::success) {
         return error;
     }

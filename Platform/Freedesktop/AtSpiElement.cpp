@@ -47,14 +47,47 @@ AtSpiStates::AtSpiStates(const QDBusMessage& reply) {
 AtSpiElement::AtSpiElement(AtSpiBus& bus, AtSpiAddress address, std::optional<qint64> processId)
     : m_bus(bus), m_address(std::move(address)), m_processId(processId) {}
 
+void AtSpiElement::askAhead(const Questions& questions) {
+    askAhead(questions, readLimit());
+}
+
+void AtSpiElement::askAhead(const Questions& questions, std::chrono::nanoseconds limit) {
+    m_ahead.clear();
+    const auto askOne = [this, limit](const QDBusMessage& question) {
+        m_ahead.emplace_back(question, send(question, limit));
+    };
+    if (questions.states) {
+        askOne(message(kAccessible, "GetState"));
+    }
+    if (questions.interfaces && !m_interfaces) {
+        askOne(message(kAccessible, "GetInterfaces"));
+    }
+    if (questions.selection) {
+        askOne(message(kText, "GetNSelections"));
+        askOne(message(kText, "GetSelection") << 0);
+    }
+    if (questions.characterCount) {
+        askOne(property(kText, "CharacterCount"));
+    }
+    if (questions.caretOffset) {
+        askOne(property(kText, "CaretOffset"));
+    }
+    if (questions.toolkit) {
+        askOne(toolkitName());
+    }
+    if (questions.text) {
+        askOne(textMessage(*questions.text));
+    }
+}
+
 std::optional<AtSpiStates> AtSpiElement::states() {
-    const QDBusMessage reply = call(message(kAccessible, "GetState"));
+    const QDBusMessage reply = ask(message(kAccessible, "GetState"));
     return succeeded(reply) ? std::optional(AtSpiStates(reply)) : std::nullopt;
 }
 
 bool AtSpiElement::hasInterface(const QString& name) {
     if (!m_interfaces) {
-        const QDBusReply<QStringList> reply = call(message(kAccessible, "GetInterfaces"));
+        const QDBusReply<QStringList> reply = ask(message(kAccessible, "GetInterfaces"));
         if (!reply.isValid()) {
             return false;
         }
@@ -64,14 +97,14 @@ bool AtSpiElement::hasInterface(const QString& name) {
 }
 
 std::optional<AtSpiElement::Range> AtSpiElement::selection() {
-    const QDBusReply<int> count = call(message(kText, "GetNSelections"));
+    const QDBusReply<int> count = ask(message(kText, "GetNSelections"));
     if (!count.isValid()) {
         return std::nullopt;
     }
     if (count.value() < 1) {
         return Range{};
     }
-    const QDBusMessage reply = call(message(kText, "GetSelection") << 0);
+    const QDBusMessage reply = ask(message(kText, "GetSelection") << 0);
     if (!succeeded(reply) || reply.arguments().size() < 2) {
         return std::nullopt;
     }
@@ -81,35 +114,46 @@ std::optional<AtSpiElement::Range> AtSpiElement::selection() {
 }
 
 std::optional<int> AtSpiElement::characterCount() {
-    return intProperty(kText, "CharacterCount");
+    m_lastCount = askInt(property(kText, "CharacterCount"));
+    return m_lastCount;
 }
 
 std::optional<int> AtSpiElement::caretOffset() {
-    return intProperty(kText, "CaretOffset");
+    return askInt(property(kText, "CaretOffset"));
 }
 
 std::optional<QString> AtSpiElement::text(Range range) {
-    const QDBusReply<QString> reply = call(message(kText, "GetText") << range.start << range.end);
+    const QDBusReply<QString> reply = ask(textMessage(range));
     return reply.isValid() ? std::optional(reply.value()) : std::nullopt;
 }
 
-bool AtSpiElement::setText(const QString& text) {
-    return isTrue(call(message(kEditableText, "SetTextContents") << text));
+std::optional<QString> AtSpiElement::value() {
+    const std::optional<int> count = characterCount();
+    m_lastValue = count ? text({0, *count}) : std::nullopt;
+    return m_lastValue;
 }
 
-bool AtSpiElement::insertText(int offset, const QString& text) {
+std::optional<AtSpiElement::Range> AtSpiElement::knownExtent() const {
+    return m_lastCount ? std::optional(Range{0, *m_lastCount}) : std::nullopt;
+}
+
+bool AtSpiElement::setText(const QString& text, const Questions& then) {
+    return write(message(kEditableText, "SetTextContents") << text, then);
+}
+
+bool AtSpiElement::insertText(int offset, const QString& text, const Questions& then) {
     // GTK and LibreOffice take the length for bytes of UTF-8, Qt for UTF-16 units.
     const qsizetype length = isQt() ? text.size() : text.toUtf8().size();
-    return isTrue(
-        call(message(kEditableText, "InsertText") << offset << text << static_cast<int>(length)));
+    return write(message(kEditableText, "InsertText") << offset << text << static_cast<int>(length),
+                 then);
 }
 
-bool AtSpiElement::deleteText(Range range) {
-    return isTrue(call(message(kEditableText, "DeleteText") << range.start << range.end));
+bool AtSpiElement::deleteText(Range range, const Questions& then) {
+    return write(message(kEditableText, "DeleteText") << range.start << range.end, then);
 }
 
 void AtSpiElement::setCaretOffset(int offset) {
-    m_bus.callAsync(message(kText, "SetCaretOffset") << offset, QDeadlineTimer(kReadLimit));
+    send(message(kText, "SetCaretOffset") << offset, kReadLimit);
 }
 
 QDBusMessage AtSpiElement::message(const char* interface, const char* method) const {
@@ -118,40 +162,83 @@ QDBusMessage AtSpiElement::message(const char* interface, const char* method) co
                                           QString::fromLatin1(method));
 }
 
-QDBusMessage AtSpiElement::call(const QDBusMessage& message) {
-    const bool writes = message.interface() == interfaceName(QString::fromLatin1(kEditableText));
-    const std::chrono::nanoseconds limit = writes ? m_purse : std::min(m_purse, {kReadLimit});
+QDBusMessage AtSpiElement::property(const char* interface, const char* name) const {
+    return QDBusMessage::createMethodCall(m_address.service, m_address.path,
+                                          QStringLiteral("org.freedesktop.DBus.Properties"),
+                                          QStringLiteral("Get"))
+           << interfaceName(QString::fromLatin1(interface)) << QString::fromLatin1(name);
+}
+
+QDBusMessage AtSpiElement::toolkitName() const {
+    return QDBusMessage::createMethodCall(
+               m_address.service, QStringLiteral("/org/a11y/atspi/accessible/root"),
+               QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"))
+           << interfaceName(QStringLiteral("Application")) << QStringLiteral("ToolkitName");
+}
+
+QDBusMessage AtSpiElement::textMessage(Range range) const {
+    return message(kText, "GetText") << range.start << range.end;
+}
+
+std::chrono::nanoseconds AtSpiElement::readLimit() const {
+    return std::min(m_purse, std::chrono::nanoseconds(kReadLimit));
+}
+
+QDBusPendingCall AtSpiElement::send(const QDBusMessage& message,
+                                    std::chrono::nanoseconds limit) const {
     if (m_hung) {
-        return message.createErrorReply(QDBusError::NoReply, QStringLiteral("hung"));
+        return QDBusPendingCall::fromError(QDBusError(QDBusError::NoReply, QStringLiteral("hung")));
+    }
+    return m_bus.callAsync(message, QDeadlineTimer(limit));
+}
+
+QDBusMessage AtSpiElement::ask(const QDBusMessage& question) {
+    const auto isSame = [&question](const auto& asked) {
+        return asked.first.path() == question.path() &&
+               asked.first.interface() == question.interface() &&
+               asked.first.member() == question.member() &&
+               asked.first.arguments() == question.arguments();
+    };
+    const auto asked = std::find_if(m_ahead.begin(), m_ahead.end(), isSame);
+    if (asked == m_ahead.end()) {
+        return await(send(question, readLimit()));
+    }
+    const QDBusPendingCall pending = asked->second;
+    m_ahead.erase(asked);
+    return await(pending);
+}
+
+bool AtSpiElement::write(const QDBusMessage& message, const Questions& then) {
+    const QDBusPendingCall pending = send(message, m_purse);
+    askAhead(then, m_purse);
+    return isTrue(await(pending));
+}
+
+QDBusMessage AtSpiElement::await(const QDBusPendingCall& pending) {
+    if (m_hung) {
+        return QDBusMessage::createError(QDBusError::NoReply, QStringLiteral("hung"));
     }
     QElapsedTimer timer;
     timer.start();
-    QDBusMessage reply = m_bus.call(message, QDeadlineTimer(limit));
+    QDBusPendingCall answer = pending;
+    answer.waitForFinished();
     m_purse = std::max<std::chrono::nanoseconds>(
         m_purse - std::chrono::nanoseconds(timer.nsecsElapsed()), 0ns);
-    const QDBusError error(reply);
+    const QDBusError error = answer.error();
     m_hung = error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout ||
              error.type() == QDBusError::TimedOut;
-    return reply;
+    return answer.reply();
 }
 
-std::optional<int> AtSpiElement::intProperty(const char* interface, const char* name) {
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        m_address.service, m_address.path, QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("Get"));
-    get << interfaceName(QString::fromLatin1(interface)) << QString::fromLatin1(name);
-    const QDBusReply<QDBusVariant> reply = call(get);
+std::optional<int> AtSpiElement::askInt(const QDBusMessage& question) {
+    const QDBusReply<QDBusVariant> reply = ask(question);
     bool isInt = false;
     const int value = reply.isValid() ? reply.value().variant().toInt(&isInt) : 0;
     return isInt ? std::optional(value) : std::nullopt;
 }
 
 bool AtSpiElement::isQt() {
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        m_address.service, QStringLiteral("/org/a11y/atspi/accessible/root"),
-        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    get << interfaceName(QStringLiteral("Application")) << QStringLiteral("ToolkitName");
-    const QDBusReply<QDBusVariant> reply = call(get);
+    const QDBusReply<QDBusVariant> reply = ask(toolkitName());
     return reply.isValid() && reply.value().variant().toString() == QStringLiteral("Qt");
 }
 

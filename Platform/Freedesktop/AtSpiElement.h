@@ -10,6 +10,7 @@
 #include <chrono>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace velmorin {
 
@@ -35,14 +36,38 @@ private:
     quint64 m_bits = 0;
 };
 
+/// A part of a text.
+struct AtSpiRange {
+    int start = 0;
+    int end = 0;
+};
+
+/// What is asked of an accessible object at once.
+struct AtSpiQuestions {
+    bool states = false;
+    bool interfaces = false;
+    bool selection = false;
+    bool characterCount = false;
+    bool caretOffset = false;
+    bool toolkit = false;
+    std::optional<AtSpiRange> text = std::nullopt;
+};
+
 /// One accessible object of another application: its interfaces `Accessible`, `Text` and
 /// `EditableText` of org.a11y.atspi. Offsets are in the application's own unit (characters for
 /// GTK, UTF-16 units for Qt) and are only ever handed back to it.
+///
+/// A question costs a round trip, of which a flip on a slow machine should have few. Questions that
+/// do not depend on each other are asked ahead, all at once; the calls that follow take the
+/// answers.
 ///
 /// All waiting for the application is paid from one purse of 800 ms; a call that comes after it
 /// is empty fails at once, and so does every call after one that was not answered in time.
 class AtSpiElement : public AXUIElement {
 public:
+    using Range = AtSpiRange;
+    using Questions = AtSpiQuestions;
+
     AtSpiElement(AtSpiBus& bus, AtSpiAddress address, std::optional<qint64> processId);
 
     [[nodiscard]] const AtSpiAddress& address() const { return m_address; }
@@ -51,10 +76,9 @@ public:
     /// Whether the last call failed because the application did not answer in time.
     [[nodiscard]] bool isHung() const { return m_hung; }
 
-    struct Range {
-        int start = 0;
-        int end = 0;
-    };
+    /// Asks without waiting, for the calls that follow at once: each takes its answer from here, a
+    /// single time. What was asked before and not taken is forgotten.
+    void askAhead(const Questions& questions);
 
     [[nodiscard]] std::optional<AtSpiStates> states();
     /// Whether the object has `org.a11y.atspi.<name>`; asked once.
@@ -66,23 +90,42 @@ public:
     [[nodiscard]] std::optional<int> caretOffset();
     [[nodiscard]] std::optional<QString> text(Range range);
 
-    /// False when the application refused. True says only that it did not.
-    bool setText(const QString& text);
-    bool insertText(int offset, const QString& text);
-    bool deleteText(Range range);
+    /// The whole text. Asked for up to its end by number: GTK 4's entry takes -1 for "nothing".
+    [[nodiscard]] std::optional<QString> value();
+    /// What `value()` gave last.
+    [[nodiscard]] const std::optional<QString>& lastValue() const { return m_lastValue; }
+    /// The range that is all of the text, as far as is known without asking.
+    [[nodiscard]] std::optional<Range> knownExtent() const;
+
+    /// False when the application refused. True says only that it did not. `then` is asked right
+    /// behind, so that the answers are those after the write.
+    bool setText(const QString& text, const Questions& then = {});
+    bool insertText(int offset, const QString& text, const Questions& then = {});
+    bool deleteText(Range range, const Questions& then = {});
     /// Does not wait.
     void setCaretOffset(int offset);
 
 private:
     [[nodiscard]] QDBusMessage message(const char* interface, const char* method) const;
-    [[nodiscard]] QDBusMessage call(const QDBusMessage& message);
-    [[nodiscard]] std::optional<int> intProperty(const char* interface, const char* name);
+    [[nodiscard]] QDBusMessage property(const char* interface, const char* name) const;
+    [[nodiscard]] QDBusMessage toolkitName() const;
+    [[nodiscard]] QDBusMessage textMessage(Range range) const;
+    void askAhead(const Questions& questions, std::chrono::nanoseconds limit);
+    [[nodiscard]] std::chrono::nanoseconds readLimit() const;
+    QDBusPendingCall send(const QDBusMessage& message, std::chrono::nanoseconds limit) const;
+    [[nodiscard]] QDBusMessage ask(const QDBusMessage& question);
+    [[nodiscard]] bool write(const QDBusMessage& message, const Questions& then);
+    [[nodiscard]] QDBusMessage await(const QDBusPendingCall& pending);
+    [[nodiscard]] std::optional<int> askInt(const QDBusMessage& question);
     [[nodiscard]] bool isQt();
 
     AtSpiBus& m_bus;
     AtSpiAddress m_address;
     std::optional<qint64> m_processId;
     std::optional<QStringList> m_interfaces;
+    std::vector<std::pair<QDBusMessage, QDBusPendingCall>> m_ahead;
+    std::optional<int> m_lastCount;
+    std::optional<QString> m_lastValue;
     std::chrono::nanoseconds m_purse = std::chrono::milliseconds(800);
     bool m_hung = false;
 };

@@ -89,6 +89,7 @@ AtSpiFocus::Found AtSpiFocus::findAmongRecent(qint64 processId, const QDeadlineT
             continue;
         }
         auto element = std::make_shared<AtSpiElement>(m_bus, address, processId);
+        element->askAhead({.states = true, .interfaces = true});
         const std::optional<AtSpiStates> states = element->states();
         found.isHung = element->isHung();
         if (found.isHung) {

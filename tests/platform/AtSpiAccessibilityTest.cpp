@@ -118,6 +118,20 @@ TEST_F(AtSpiAccessibilityTest, OnlyTheFocusedElementOfTheActiveWindowIsWritten) 
     EXPECT_EQ(m_application.text(), QStringLiteral("hello world"));
 }
 
+TEST_F(AtSpiAccessibilityTest, WhatWasTypedSinceTheReadingIsNotOverwritten) {
+    const AXUIElementRef element = focused();
+    QVariant value;
+    ASSERT_EQ(copy(element, kAXSelectedTextAttribute, value), AXError::success);
+    // Between two questions, the text has grown.
+    m_application.setText(QStringLiteral("hello worlds"));
+    ASSERT_EQ(copy(element, kAXValueAttribute, value), AXError::success);
+    EXPECT_EQ(value.toString(), QStringLiteral("hello worlds"));
+    m_application.setText(QStringLiteral("hello worlds!"));
+    EXPECT_NE(set(element, kAXValueAttribute, QStringLiteral("x")), AXError::success);
+    EXPECT_EQ(m_application.text(), QStringLiteral("hello worlds!"));
+    EXPECT_EQ(set(focused(), kAXValueAttribute, QStringLiteral("x")), AXError::success);
+}
+
 TEST_F(AtSpiAccessibilityTest, AnApplicationThatHangsIsGivenUp) {
     const AXUIElementRef element = focused();
     m_application.hangs = true;
