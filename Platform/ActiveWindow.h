@@ -3,6 +3,7 @@
 
 #include <QtGlobal>
 
+#include <chrono>
 #include <optional>
 
 namespace velmorin {
@@ -19,6 +20,10 @@ public:
     /// Which window has the keyboard focus: equal as long as it stays there. None when no window
     /// has it. Another window may get the number of one that was closed.
     [[nodiscard]] virtual std::optional<quint64> identifier() = 0;
+
+    /// Waits until its application has handled the input that it was sent so far, at most `limit`.
+    /// Does not wait when there is no way to know.
+    virtual void awaitInputHandled(std::chrono::milliseconds limit) = 0;
 };
 
 } // namespace velmorin

@@ -17,6 +17,9 @@ class SystemWideElement : public AXUIElement {};
 /// How long a connection that is being made may keep a question about it waiting.
 constexpr auto kConnectLimit = 500ms;
 
+/// How long an application may take to handle the keys that were pressed before.
+constexpr auto kInputLimit = 250ms;
+
 AXError errorOf(const AtSpiElement& element) {
     return element.isHung() ? AXError::cannotComplete : AXError::failure;
 }
@@ -28,8 +31,7 @@ AXError copySelectedText(AtSpiElement& element, QVariant& value) {
     if (!range) {
         return errorOf(element);
     }
-    const std::optional<QString> text =
-        range->start == range->end ? QString() : element.text(*range);
+    const std::optional<QString> text = element.selectedText(*range);
     if (!text) {
         return errorOf(element);
     }
@@ -47,13 +49,15 @@ AXError copyValue(AtSpiElement& element, QVariant& value) {
     return AXError::success;
 }
 
-/// Replaces everything, unless it has changed since it was read. The caret stays where it is: the
-/// text has as many characters as before.
+/// Replaces everything, unless it or the selection has changed since it was read. The caret stays
+/// where it is: the text has as many characters as before.
 AXError setValue(AtSpiElement& element, const QString& text) {
     const std::optional<QString> read = element.lastValue();
+    const std::optional<AtSpiElement::Range> selectionRead = element.knownSelection();
+    const std::optional<AtSpiElement::Range> selection = element.selection();
     const std::optional<int> caret = element.caretOffset();
     const std::optional<QString> old = element.value();
-    if (!old || (read && read != old)) {
+    if (!old || (read && read != old) || (selectionRead && selectionRead != selection)) {
         return errorOf(element);
     }
     const std::optional<AtSpiElement::Range> extent = element.knownExtent();
@@ -69,12 +73,14 @@ AXError setValue(AtSpiElement& element, const QString& text) {
     return errorOf(element);
 }
 
-/// Replaces the selection: the new text goes in before it and only then the old text out, so that
-/// an application that refuses either step loses nothing.
+/// Replaces the selection, unless it has changed since it was read: the new text goes in before it
+/// and only then the old text out, so that an application that refuses either step loses nothing.
 AXError setSelectedText(AtSpiElement& element, const QString& text) {
+    const std::optional<AtSpiElement::Selected> read = element.lastSelected();
     const std::optional<AtSpiElement::Range> range = element.selection();
     const std::optional<int> count = element.characterCount();
-    if (!range || range->start == range->end || !count) {
+    if (!range || range->start == range->end || !count ||
+        (read && (read->range != *range || element.text(*range) != read->text))) {
         return errorOf(element);
     }
     const int removed = range->end - range->start;
@@ -161,13 +167,14 @@ AXError AtSpiAccessibility::setAttributeValue(const AXUIElementRef& element,
         return AXError::attributeUnsupported;
     }
     // What the check and the writing ask first, at once.
-    accessible->askAhead({.states = true,
-                          .interfaces = true,
-                          .selection = selected,
-                          .characterCount = true,
-                          .caretOffset = !selected,
-                          .toolkit = selected,
-                          .text = selected ? std::nullopt : accessible->knownExtent()});
+    accessible->askAhead(
+        {.states = true,
+         .interfaces = true,
+         .selection = true,
+         .characterCount = true,
+         .caretOffset = !selected,
+         .toolkit = selected,
+         .text = selected ? accessible->knownSelection() : accessible->knownExtent()});
     if (const AXError error = mayWrite(*accessible); error != AXError::success) {
         return error;
     }
@@ -177,8 +184,12 @@ AXError AtSpiAccessibility::setAttributeValue(const AXUIElementRef& element,
 
 AXError AtSpiAccessibility::copyFocused(QVariant& value) {
     const std::optional<qint64> process = m_activeWindow->processId();
-    const bool isForeign = process && *process != m_ownProcessId;
-    const std::shared_ptr<AtSpiElement> focused = isForeign ? m_focus.find(*process) : nullptr;
+    if (!process || *process == m_ownProcessId) {
+        return AXError::noValue;
+    }
+    // What was typed just before is to be in the text that is read next.
+    m_activeWindow->awaitInputHandled(kInputLimit);
+    const std::shared_ptr<AtSpiElement> focused = m_focus.find(*process);
     if (!focused) {
         return AXError::noValue;
     }

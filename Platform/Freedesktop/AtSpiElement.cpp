@@ -127,6 +127,17 @@ std::optional<QString> AtSpiElement::text(Range range) {
     return reply.isValid() ? std::optional(reply.value()) : std::nullopt;
 }
 
+std::optional<QString> AtSpiElement::selectedText(Range range) {
+    const std::optional<QString> selected =
+        range.start == range.end ? std::optional(QString()) : text(range);
+    m_lastSelected = selected ? std::optional(Selected{range, *selected}) : std::nullopt;
+    return selected;
+}
+
+std::optional<AtSpiElement::Range> AtSpiElement::knownSelection() const {
+    return m_lastSelected ? std::optional(m_lastSelected->range) : std::nullopt;
+}
+
 std::optional<QString> AtSpiElement::value() {
     const std::optional<int> count = characterCount();
     m_lastValue = count ? text({0, *count}) : std::nullopt;

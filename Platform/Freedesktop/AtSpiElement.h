@@ -40,6 +40,8 @@ private:
 struct AtSpiRange {
     int start = 0;
     int end = 0;
+
+    friend bool operator==(const AtSpiRange&, const AtSpiRange&) = default;
 };
 
 /// What is asked of an accessible object at once.
@@ -90,6 +92,16 @@ public:
     [[nodiscard]] std::optional<int> caretOffset();
     [[nodiscard]] std::optional<QString> text(Range range);
 
+    /// The text of the selection, which is `range`; empty without a question where that is empty.
+    [[nodiscard]] std::optional<QString> selectedText(Range range);
+    struct Selected {
+        Range range;
+        QString text;
+    };
+    /// What `selectedText()` gave last.
+    [[nodiscard]] const std::optional<Selected>& lastSelected() const { return m_lastSelected; }
+    [[nodiscard]] std::optional<Range> knownSelection() const;
+
     /// The whole text. Asked for up to its end by number: GTK 4's entry takes -1 for "nothing".
     [[nodiscard]] std::optional<QString> value();
     /// What `value()` gave last.
@@ -126,6 +138,7 @@ private:
     std::vector<std::pair<QDBusMessage, QDBusPendingCall>> m_ahead;
     std::optional<int> m_lastCount;
     std::optional<QString> m_lastValue;
+    std::optional<Selected> m_lastSelected;
     std::chrono::nanoseconds m_purse = std::chrono::milliseconds(800);
     bool m_hung = false;
 };

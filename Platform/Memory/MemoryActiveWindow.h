@@ -3,6 +3,8 @@
 
 #include "Platform/ActiveWindow.h"
 
+#include <functional>
+
 namespace velmorin {
 
 /// The window that a test says is active.
@@ -11,6 +13,13 @@ public:
     [[nodiscard]] std::optional<qint64> processId() override { return process; }
     [[nodiscard]] std::optional<quint64> identifier() override { return window; }
 
+    void awaitInputHandled(std::chrono::milliseconds /*limit*/) override {
+        if (onAwaitInput) {
+            onAwaitInput();
+        }
+    }
+
+    std::function<void()> onAwaitInput; ///< what the application does meanwhile
     std::optional<qint64> process = 1;
     std::optional<quint64> window = 1;
 };

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/XcbActiveWindow.h"
 
+#include "Platform/X11/FocusPing.h"
+
 #include <cstring>
+#include <tuple>
 
 #include <xcb/res.h>
 
@@ -21,6 +24,10 @@ std::optional<qint64> XcbActiveWindow::processId() {
 
 std::optional<quint64> XcbActiveWindow::identifier() {
     return focusedWindow();
+}
+
+void XcbActiveWindow::awaitInputHandled(std::chrono::milliseconds limit) {
+    std::ignore = pingFocus(*m_connection, QDeadlineTimer(limit));
 }
 
 std::optional<xcb_window_t> XcbActiveWindow::focusedWindow() const {

@@ -14,6 +14,7 @@ public:
 
     [[nodiscard]] std::optional<qint64> processId() override;
     [[nodiscard]] std::optional<quint64> identifier() override;
+    void awaitInputHandled(std::chrono::milliseconds limit) override;
 
 private:
     [[nodiscard]] std::optional<xcb_window_t> focusedWindow() const;

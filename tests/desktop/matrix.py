@@ -503,9 +503,11 @@ def flip_cell(velmorin, row, condition, arguments):
             application = row(folder, before)
             cleanup.append(application.stop)
             settle(application)
-            if getattr(row, "is_by_paragraph", False) and application.text() != before:
-                before = application.text()  # it breaks long lines when it opens a text
-                after = to_arabic(before)
+            if getattr(row, "is_by_paragraph", False):
+                if application.text() != before:
+                    before = application.text()  # it breaks long lines when it opens a text
+                    after = to_arabic(before)
+                settle(application)  # it takes keys only when it has quite finished to save
             if condition.layouts:
                 subprocess.run(["setxkbmap", condition.layouts], check=True)
                 cleanup.append(lambda: subprocess.run(["setxkbmap", "us,ara"], check=True))

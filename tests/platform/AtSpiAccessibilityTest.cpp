@@ -130,6 +130,28 @@ TEST_F(AtSpiAccessibilityTest, WhatWasTypedSinceTheReadingIsNotOverwritten) {
     EXPECT_NE(set(element, kAXValueAttribute, QStringLiteral("x")), AXError::success);
     EXPECT_EQ(m_application.text(), QStringLiteral("hello worlds!"));
     EXPECT_EQ(set(focused(), kAXValueAttribute, QStringLiteral("x")), AXError::success);
+
+    m_application.setText(QStringLiteral("hello worlds"), 6, 11);
+    ASSERT_EQ(copy(element, kAXSelectedTextAttribute, value), AXError::success);
+    for (const auto& [text, end] : {std::pair("hello worlds", 12), std::pair("hello xxxxxs", 11)}) {
+        m_application.setText(QString::fromLatin1(text), 6, end);
+        EXPECT_NE(set(element, kAXSelectedTextAttribute, QStringLiteral("x")), AXError::success);
+        EXPECT_EQ(m_application.text(), QString::fromLatin1(text));
+    }
+
+    m_application.setText(QStringLiteral("hello worlds"));
+    ASSERT_EQ(copy(element, kAXSelectedTextAttribute, value), AXError::success);
+    ASSERT_EQ(copy(element, kAXValueAttribute, value), AXError::success);
+    m_application.setText(QStringLiteral("hello worlds"), 6, 11);
+    EXPECT_NE(set(element, kAXValueAttribute, QStringLiteral("x")), AXError::success);
+    EXPECT_EQ(m_application.text(), QStringLiteral("hello worlds"));
+}
+
+TEST_F(AtSpiAccessibilityTest, WhatWasTypedJustBeforeIsRead) {
+    m_activeWindow->onAwaitInput = [&] { m_application.setText(QStringLiteral("hello worlds")); };
+    QVariant value;
+    ASSERT_EQ(copy(focused(), kAXValueAttribute, value), AXError::success);
+    EXPECT_EQ(value.toString(), QStringLiteral("hello worlds"));
 }
 
 TEST_F(AtSpiAccessibilityTest, AnApplicationThatHangsIsGivenUp) {
