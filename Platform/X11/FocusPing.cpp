@@ -56,7 +56,8 @@ public:
         const XcbPtr<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
             c, xcb_get_window_attributes(c, connection.root()), nullptr));
         m_before = attributes ? attributes->your_event_mask : 0;
-        select(m_before | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+        // GTK sends it to those who select the one, Qt to those who select the other.
+        select(m_before | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY);
     }
     ~AnswersSelected() { select(m_before); }
     Q_DISABLE_COPY_MOVE(AnswersSelected)
