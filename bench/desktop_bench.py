@@ -1,0 +1,470 @@
+# SPDX-License-Identifier: MIT
+"""Measures the built program on a private desktop: flips, start and footprint, beside its peers.
+Prints nothing but progress; the figures go to a JSON file."""
+
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tools"))
+from desktop_driver import (  # noqa: E402
+    ARABIC,
+    LATIN,
+    AccessibleEditor,
+    Bus,
+    InaccessibleEditor,
+    Qt6Field,
+    Velmorin,
+    X,
+    xdotool,
+)
+from gi.repository import Atspi, Gio, GLib  # noqa: E402
+from Xlib import XK, X as x11, display  # noqa: E402
+from Xlib.ext import damage, xtest  # noqa: E402
+
+FLIPS = 30
+STARTS = 7
+IDLE = 60  # seconds
+REST = 70  # seconds, until what is kept for half a minute after use is given up
+CLIPBOARD_STEPS = [("  ⌘A", "  ⌘C", 120), ("  ⌘C", "  Clipboard", 200),
+                   ("  Converted", "  ⌘V", 60), ("  ⌘V", "── FLIP DONE", 250)]  # fmt: skip
+
+
+def summary(values):
+    """Median and the middle half."""
+    low, median, high = statistics.quantiles(values, n=4)
+    return {"median": median, "low": low, "high": high, "count": len(values)}
+
+
+class Keyboard:
+    """Presses Alt+Space, and knows when the X server had it. Lets it go as soon as a hand would: a
+    menu bar opens when Alt is let go before the program has seen the press."""
+
+    HOLD = 0.05  # seconds
+
+    def __init__(self):
+        self.display = display.Display()
+        code = self.display.keysym_to_keycode
+        self.alt, self.space = code(XK.XK_Alt_L), code(XK.XK_space)
+
+    def fake(self, kind, key):
+        xtest.fake_input(self.display, kind, key)
+        self.display.sync()
+
+    def press(self):
+        self.fake(x11.KeyPress, self.alt)
+        pressed = time.monotonic()
+        self.fake(x11.KeyPress, self.space)
+        threading.Timer(self.HOLD, self.release).start()
+        return pressed
+
+    def release(self):
+        self.fake(x11.KeyRelease, self.space)
+        self.fake(x11.KeyRelease, self.alt)
+
+
+def processor_time(process):
+    """Of all its threads so far, in milliseconds."""
+    total = 0
+    for thread in os.listdir(f"/proc/{process}/task"):
+        with open(f"/proc/{process}/task/{thread}/schedstat", encoding="ascii") as file:
+            total += int(file.read().split()[0])
+    return total / 1e6
+
+
+class TextChanges:
+    """When another client of the accessibility bus is told of a changed text, and the processor
+    time that a process has used by then."""
+
+    def __init__(self, process):
+        self.process = process
+        self.times = []
+        self.used = 0
+        self.listener = Atspi.EventListener.new(self.changed)
+        self.listener.register("object:text-changed:insert")
+
+    def changed(self, _event):
+        self.times.append(time.monotonic())
+        self.used = processor_time(self.process)
+
+    def wait(self, since):
+        self.turn(lambda: any(when > since for when in self.times), 20)
+        assert self.times and self.times[-1] > since, "no text was changed"
+        # The last one of this flip: a selection is replaced by several changes.
+        self.turn(lambda: False, 0.1)
+        return self.times[-1]
+
+    def rest(self):
+        """Until the next flip would be accepted, and no more is told of the last one."""
+        count = -1
+        while count != len(self.times):
+            count = len(self.times)
+            self.turn(lambda: False, 0.4)
+
+    @staticmethod
+    def turn(condition, seconds):
+        """The event loop, until the condition holds, for so many seconds at most."""
+        expired = []
+        timer = GLib.timeout_add(int(seconds * 1000), lambda: expired.append(True))
+        while not condition() and not expired:
+            GLib.MainContext.default().iteration(True)
+        if not expired:
+            GLib.source_remove(timer)
+
+
+def bus_names(process):
+    bus = Bus.accessibility()
+    return [name for name in bus.ask_daemon("ListNames") if name.startswith(":")
+            and bus.ask_daemon("GetConnectionUnixProcessID", name) == process]  # fmt: skip
+
+
+class Calls:
+    """Counts what one process asks another on the accessibility bus, and how often it has to wait:
+    calls that are under way together are waited for together. Asking again until the focus is there
+    is counted apart."""
+
+    def __init__(self, process, other):
+        self.reset()
+        self.own, self.others = bus_names(process), bus_names(other)
+        self.connection = Bus.accessibility().connection
+        self.connection.add_filter(self._seen)
+        rules = [f"{end}='{name}'" for name in self.own for end in ("sender", "destination")]
+        self.connection.call_sync(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.Monitoring",
+            "BecomeMonitor", GLib.Variant("(asu)", (rules, 0)), None, Gio.DBusCallFlags.NONE,
+            10000, None,
+        )  # fmt: skip
+
+    def reset(self):
+        self.count = self.waits = self.repeats = 0
+        self.open = set()
+
+    def _seen(self, _connection, message, incoming):
+        if not incoming or message.get_destination() == self.connection.get_unique_name():
+            return message
+        if message.get_message_type() == Gio.DBusMessageType.METHOD_CALL:
+            if message.get_sender() in self.own and message.get_destination() in self.others:
+                self.count += 1
+                self.waits += not self.open
+                self.repeats += message.get_member() == "GetInterfaces"
+                self.open.add(message.get_serial())
+        elif message.get_destination() in self.own:
+            self.open.discard(message.get_reply_serial())
+        return None  # it is nobody's to answer
+
+
+def round_trip(editor):
+    """Of a call to the editor on the accessibility bus, in milliseconds."""
+    bus = Bus.accessibility()
+    name = bus_names(editor.process.pid)[0]
+    path = "/org/a11y/atspi/accessible/root"
+    times = []
+    for _ in range(200):
+        begin = time.monotonic()
+        bus.call(name, path, "org.freedesktop.DBus.Peer", "Ping")
+        times.append((time.monotonic() - begin) * 1000)
+    return statistics.median(times)
+
+
+def direct_flips(velmorin, keyboard, kind, size, folder):
+    line = "hgsghk ugdlk " * 6
+    lines = line * 2 if size <= 100 else (line[:-1] + "\n") * (size // len(line) + 1)
+    text = lines[:size]
+    if kind is Qt6Field:
+        editor = kind(text)
+    else:
+        editor = kind(os.path.join(folder, f"{kind.__name__}.txt"), text)
+    changes = TextChanges(velmorin.process.pid)
+    flips = FLIPS if size < 10000 else 5
+    times, own = [], []
+    direct = 0
+    # The first flip fills caches, and the editor may not know yet that changes are listened to.
+    start = len(velmorin.lines)
+    keyboard.press()
+    velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+    changes.rest()
+    for _ in range(flips):
+        start = len(velmorin.lines)
+        used = processor_time(velmorin.process.pid)
+        pressed = keyboard.press()
+        times.append((changes.wait(pressed) - pressed) * 1000)
+        own.append(changes.used - used)
+        velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+        direct += "(AX)" in velmorin.lines[-1]
+        changes.rest()
+    calls = Calls(velmorin.process.pid, editor.process.pid)
+    counts = []
+    for _ in range(5):
+        calls.reset()
+        start = len(velmorin.lines)
+        changes.wait(keyboard.press())  # turns the event loop, which counts the calls
+        velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+        changes.rest()
+        counts.append((calls.waits, calls.count, calls.repeats - 1))
+    calls.connection.close_sync(None)
+    # An answer may come before the next question of those that are sent together.
+    waits, count, repeats = min(counts)
+    result = {"size": size, "field": kind.__name__, "total": summary(times), "own": summary(own),
+              "direct": direct, "calls": count, "waits": waits,
+              "repeats": repeats, "round_trip": round_trip(editor)}  # fmt: skip
+    changes.listener.deregister("object:text-changed:insert")
+    editor.stop()
+    velmorin.ready_again()
+    return result
+
+
+def stamp(line):
+    hours, minutes, seconds = line[1:].split("]")[0].split(":")
+    return (int(hours) * 60 + int(minutes)) * 60000 + float(seconds) * 1000
+
+
+def clipboard_flips(velmorin, keyboard, folder):
+    """How late each step of a clipboard flip is, in milliseconds by the log."""
+    editor = InaccessibleEditor(os.path.join(folder, "editor.txt"), "hgsghk ugdlk")
+    lateness = [[] for _ in CLIPBOARD_STEPS]
+    for _ in range(FLIPS):
+        start = len(velmorin.lines)
+        keyboard.press()
+        velmorin.wait_for("FLIP DONE (clipboard)", after=start)
+        lines = velmorin.lines[start:]
+        for late, (first, second, delay) in zip(lateness, CLIPBOARD_STEPS):
+            times = [stamp(next(line for line in lines if text in line)) for text in (first, second)]
+            late.append(times[1] - times[0] - delay)
+        velmorin.ready_again()
+    editor.stop()
+    return {f"{first.strip()} → {second.strip(' ─')}": summary(late)
+            for late, (first, second, _) in zip(lateness, CLIPBOARD_STEPS)}  # fmt: skip
+
+
+class Frames:
+    """When a new window of the desktop is first drawn."""
+
+    def __init__(self):
+        self.display = display.Display()
+        self.root = self.display.screen().root
+        self.root.change_attributes(event_mask=x11.SubstructureNotifyMask)
+        self.display.damage_query_version()
+        self.display.sync()
+
+    def first(self, begin):
+        """Seconds from `begin` to the first drawing in a window that is larger than an icon."""
+        notify = self.display.extension_event.DamageNotify
+        deadline = time.monotonic() + 60
+        while time.monotonic() < deadline:
+            while self.display.pending_events():
+                event = self.display.next_event()
+                if event.type == x11.CreateNotify and event.width > 100 and event.height > 100:
+                    event.window.damage_create(damage.DamageReportRawRectangles)
+                    self.display.sync()
+                elif event.type == notify and event.area.width > 50 and event.area.height > 50:
+                    return time.monotonic() - begin
+            time.sleep(0.001)
+        raise AssertionError("no window was drawn")
+
+
+def await_hotkey(process, begin, times):
+    """Notes when a process said that it has its hotkey, in milliseconds since `begin`."""
+    for line in process.stdout:
+        if "registered — works" in line:
+            times.append((time.monotonic() - begin) * 1000)
+
+
+def start_times(binaries, folder):
+    peers = {
+        "Velmorin": [f"{binaries}/velmorin"],
+        "empty Qt Quick window": [f"{binaries}/empty_window"],
+        "CopyQ": ["copyq", "--start-server", "show"],
+        "AutoKey": ["autokey-gtk", "-c"],
+    }
+    result = {}
+    for name, command in peers.items():
+        if not shutil.which(command[0]):
+            continue
+        frames, hotkeys = [], []
+        for index in range(STARTS + 1):
+            watch = Frames()
+            environment = {"XDG_CONFIG_HOME": os.path.join(folder, f"start-{name}"),
+                           "XDG_DATA_HOME": os.path.join(folder, f"data-{name}"),
+                           "VELMORIN_PRINT_LOG": "1"}  # fmt: skip
+            begin = time.monotonic()
+            process = subprocess.Popen(command, env={**os.environ, **environment},
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                       text=True, start_new_session=True)  # fmt: skip
+            reader = threading.Thread(target=await_hotkey, args=(process, begin, hotkeys))
+            reader.start()
+            frames.append(watch.first(begin) * 1000)
+            subprocess.run(["pkill", "-KILL", "-s", str(process.pid)], check=False)
+            # Some have moved to a session of their own.
+            subprocess.run(["pkill", "-KILL", "-x", os.path.basename(command[0])], check=False)
+            process.wait()
+            reader.join()
+            process.stdout.close()
+            time.sleep(1)  # the desktop comes to rest
+        # The first start fills caches.
+        result[name] = {"frame": summary(frames[1:])}
+        if hotkeys:
+            result[name]["hotkey"] = summary(hotkeys[1:])
+        print(name, result[name], flush=True)
+    return result
+
+
+def processes(session):
+    found = []
+    for process in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            if os.getsid(int(process)) == session:
+                found.append(int(process))
+        except ProcessLookupError:
+            pass
+    return found
+
+
+def footprint(session):
+    """Of all processes of a session, in KiB."""
+    total = {"rss": 0, "pss": 0, "private": 0, "dirty": 0}
+    names = {"Rss:": ["rss"], "Pss:": ["pss"], "Private_Clean:": ["private"],
+             "Private_Dirty:": ["private", "dirty"]}  # fmt: skip
+    for process in processes(session):
+        try:
+            with open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
+                for line in file:
+                    for key in names.get(line.split()[0], []):
+                        total[key] += int(line.split()[1])
+        except (FileNotFoundError, ProcessLookupError):
+            pass
+    return total
+
+
+def activity(session):
+    """Wake-ups and CPU milliseconds so far."""
+    wakeups = ticks = 0
+    for process in processes(session):
+        for thread in os.listdir(f"/proc/{process}/task"):
+            with open(f"/proc/{process}/task/{thread}/status", encoding="utf-8") as file:
+                wakeups += next(int(line.split()[1]) for line in file
+                                if line.startswith("voluntary_ctxt"))  # fmt: skip
+        with open(f"/proc/{process}/stat", encoding="utf-8") as file:
+            fields = file.read().rsplit(")", 1)[1].split()
+            ticks += int(fields[11]) + int(fields[12])
+    return wakeups, ticks * 1000 // os.sysconf("SC_CLK_TCK")
+
+
+def footprints(binaries, keyboard, folder):
+    """All programs at once, as on a desktop where others use the same libraries."""
+    commands = {
+        "empty Qt Quick window": [f"{binaries}/empty_window"],
+        "CopyQ": ["copyq"],
+        "AutoKey": ["autokey-gtk"],
+        "xneur": ["xneur"],
+    }
+    sessions = {}
+    for name, command in commands.items():
+        if shutil.which(command[0]):
+            sessions[name] = subprocess.Popen(command, start_new_session=True,
+                                              stdout=subprocess.DEVNULL,
+                                              stderr=subprocess.DEVNULL).pid  # fmt: skip
+    velmorin = Velmorin(f"{binaries}/velmorin", wrapper=("setsid",),
+                        environment={"XDG_CONFIG_HOME": folder + "/footprint"})  # fmt: skip
+    sessions["Velmorin"] = velmorin.process.pid
+    time.sleep(REST)
+    result = {name: {"start": footprint(session)} for name, session in sessions.items()}
+    before = {name: activity(session) for name, session in sessions.items()}
+    time.sleep(IDLE)
+    for name, session in sessions.items():
+        after = activity(session)
+        result[name]["idle"] = [after[0] - before[name][0], after[1] - before[name][1]]
+    # The peers might take the keys or the focus. The empty window stays: it shares Qt's pages.
+    for name in ("CopyQ", "AutoKey", "xneur"):
+        if name in sessions:
+            subprocess.run(["pkill", "-KILL", "-s", str(sessions[name])], check=False)
+    session = sessions["Velmorin"]
+    editor = AccessibleEditor(os.path.join(folder, "flips.txt"), "hgsghk ugdlk")
+    for _ in range(100):
+        start = len(velmorin.lines)
+        keyboard.press()
+        velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+        velmorin.ready_again()
+    result["Velmorin"]["100 flips"] = footprint(session)
+    editor.stop()
+    # Twice as many lines a second as ten presses make: a second press is refused with two lines.
+    busy = activity(session)[1]
+    begin = time.monotonic()
+    lines = len(velmorin.lines)
+    while time.monotonic() < begin + 10:
+        keyboard.press()
+        time.sleep(0.1)
+    result["Velmorin"]["log"] = {
+        "lines": (len(velmorin.lines) - lines) / 10,
+        "cpu": (activity(session)[1] - busy) / 10000,
+    }
+    for window in xdotool("search", "--onlyvisible", "--name", "^Velmorin$").split():
+        X.close(window)
+    time.sleep(REST)
+    result["Velmorin"]["closed"] = footprint(session)
+    before = activity(session)
+    time.sleep(IDLE)
+    after = activity(session)
+    result["Velmorin"]["closed idle"] = [after[0] - before[0], after[1] - before[1]]
+    velmorin.stop()
+    for name, pid in sessions.items():
+        subprocess.run(["pkill", "-KILL", "-s", str(pid)], check=False)
+    return result
+
+
+def whole_processes(folder):
+    """Perl and Python, a million characters from one file to another, in nanoseconds a character."""
+    text = "hgsghk ugdlk\n" * 76924
+    source = os.path.join(folder, "text")
+    with open(source, "w", encoding="utf-8") as file:
+        file.write(text)
+    latin = LATIN.replace("/", "\\/")
+    commands = {
+        "Perl tr": ["perl", "-CSDA", "-Mutf8", "-pe", f"tr/{latin}/{ARABIC}/"],
+        "Python str.translate": ["/usr/bin/python3", "-c",
+                                 "import sys\n"
+                                 f"t = str.maketrans({LATIN!r}, {ARABIC!r})\n"
+                                 "sys.stdout.write(sys.stdin.read().translate(t))"],
+    }  # fmt: skip
+    result = {}
+    for name, command in commands.items():
+        times = []
+        for _ in range(5):
+            with open(source, "rb") as read, open(source + ".out", "wb") as write:
+                begin = time.monotonic()
+                subprocess.run(command, stdin=read, stdout=write, check=True,
+                               env={**os.environ, "LC_ALL": "C.UTF-8"})  # fmt: skip
+                times.append((time.monotonic() - begin) * 1e9 / len(text))
+        result[name] = summary(times)
+    return result
+
+
+def main():
+    binaries, output = os.path.abspath(sys.argv[1]), sys.argv[2]
+    keyboard = Keyboard()
+    result = {}
+    with tempfile.TemporaryDirectory() as folder:
+        result["processes"] = whole_processes(folder)
+        velmorin = Velmorin(f"{binaries}/velmorin", environment={"XDG_CONFIG_HOME": folder})
+        result["direct"] = [
+            direct_flips(velmorin, keyboard, kind, size, folder)
+            for kind, size in ((AccessibleEditor, 100), (Qt6Field, 100), (AccessibleEditor, 10**6))
+        ]
+        print(result["direct"], flush=True)
+        result["clipboard"] = clipboard_flips(velmorin, keyboard, folder)
+        print(result["clipboard"], flush=True)
+        velmorin.stop()
+        result["start"] = start_times(binaries, folder)
+        result["footprint"] = footprints(binaries, keyboard, folder)
+        print(result["footprint"], flush=True)
+    with open(output, "w", encoding="utf-8") as file:
+        json.dump(result, file, indent=1, ensure_ascii=False)
+
+
+if __name__ == "__main__":
+    main()
