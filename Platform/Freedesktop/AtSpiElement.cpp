@@ -128,7 +128,7 @@ std::optional<QString> AtSpiElement::text(Range range) {
 }
 
 std::optional<QString> AtSpiElement::selectedText(Range range) {
-    const std::optional<QString> selected =
+    std::optional<QString> selected =
         range.start == range.end ? std::optional(QString()) : text(range);
     m_lastSelected = selected ? std::optional(Selected{range, *selected}) : std::nullopt;
     return selected;
