@@ -61,8 +61,8 @@ class Resources:
         """Of each kind, those of all the process's connections to the X server."""
         total = Counter()
         for client in self.display.res_query_clients().clients:
-            spec = [{"client": client.resource_base, "mask": res.LocalClientPIDMask}]
-            for identity in self.display.res_query_client_ids(spec).ids:
+            asked = [{"client": client.resource_base, "mask": res.LocalClientPIDMask}]
+            for identity in self.display.res_query_client_ids(asked).ids:
                 if list(identity.value) == [self.process]:
                     found = self.display.res_query_client_resources(client.resource_base)
                     for kind in found.types:
