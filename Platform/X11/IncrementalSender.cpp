@@ -56,17 +56,24 @@ void IncrementalSender::handleEvent(const xcb_generic_event_t& event) {
         const xcb_window_t gone = eventAs<xcb_destroy_notify_event_t>(event).window;
         dropIf([&](const Transfer& transfer) { return transfer.requestor == gone; });
     }
-    const auto& change = eventAs<xcb_property_notify_event_t>(event);
-    if (eventType(event) != XCB_PROPERTY_NOTIFY || change.state != XCB_PROPERTY_DELETE) {
-        return;
-    }
-    const auto transfer =
-        std::find_if(m_transfers.begin(), m_transfers.end(), [&](const Transfer& candidate) {
-            return candidate.requestor == change.window && candidate.property == change.atom;
-        });
+    const auto transfer = std::find_if(
+        m_transfers.begin(), m_transfers.end(),
+        [&](const Transfer& candidate) { return isForNextPiece(candidate, event); });
     if (transfer != m_transfers.end() && !sendPiece(*transfer)) {
-        cancel(change.window, change.atom);
+        cancel(transfer->requestor, transfer->property);
     }
+}
+
+bool IncrementalSender::isAwaited(const xcb_generic_event_t& event) const {
+    return std::any_of(m_transfers.begin(), m_transfers.end(), [&](const Transfer& transfer) {
+        return isForNextPiece(transfer, event);
+    });
+}
+
+bool IncrementalSender::isForNextPiece(const Transfer& transfer, const xcb_generic_event_t& event) {
+    const auto& change = eventAs<xcb_property_notify_event_t>(event);
+    return eventType(event) == XCB_PROPERTY_NOTIFY && change.state == XCB_PROPERTY_DELETE &&
+           change.window == transfer.requestor && change.atom == transfer.property;
 }
 
 /// Has the window's property changes and its end reported. Returns what was reported before; none

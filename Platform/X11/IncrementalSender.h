@@ -29,6 +29,9 @@ public:
     /// Ends the transfer to that property, if there is one.
     void cancel(xcb_window_t requestor, xcb_atom_t property);
 
+    /// Whether the event asks for the next piece.
+    [[nodiscard]] bool isAwaited(const xcb_generic_event_t& event) const;
+
     /// To be called with every event.
     void handleEvent(const xcb_generic_event_t& event);
 
@@ -43,6 +46,8 @@ private:
         bool hasMoved = true; // since the last look for stalled transfers
     };
 
+    [[nodiscard]] static bool isForNextPiece(const Transfer& transfer,
+                                             const xcb_generic_event_t& event);
     [[nodiscard]] std::optional<uint32_t> selectEvents(xcb_window_t requestor);
     [[nodiscard]] bool sendPiece(Transfer& transfer);
     void watchForStalls();

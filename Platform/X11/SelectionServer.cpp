@@ -49,8 +49,8 @@ bool SelectionServer::own(std::optional<QString> text) {
     if (!m_contents->empty() && !isOwner()) {
         drop(); // somebody else had it meanwhile
     }
-    std::vector<Contents> contents = std::exchange(*m_contents, {});
     const xcb_timestamp_t now = m_connection->serverTime();
+    std::vector<Contents> contents = std::exchange(*m_contents, {});
     if (now == XCB_CURRENT_TIME) {
         return false; // the server has gone
     }
@@ -88,6 +88,12 @@ xcb_window_t SelectionServer::currentOwner() const {
     const XcbPtr<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_selection), nullptr));
     return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+bool SelectionServer::isAwaited(const xcb_generic_event_t& event) const {
+    return m_sender->isAwaited(event) ||
+           (eventType(event) == XCB_SELECTION_REQUEST &&
+            eventAs<xcb_selection_request_event_t>(event).selection == m_selection);
 }
 
 void SelectionServer::handleEvent(const xcb_generic_event_t& event) {

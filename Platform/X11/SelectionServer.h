@@ -35,6 +35,9 @@ public:
     /// The window that owns the selection now. One round trip.
     [[nodiscard]] xcb_window_t currentOwner() const;
 
+    /// Whether another client stands still until the event is handled.
+    [[nodiscard]] bool isAwaited(const xcb_generic_event_t& event) const;
+
     /// To be called with every event.
     void handleEvent(const xcb_generic_event_t& event);
 

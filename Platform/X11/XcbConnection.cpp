@@ -71,35 +71,38 @@ uint8_t XcbConnection::firstEvent(xcb_extension_t* extension) const {
     return data != nullptr && data->present != 0 ? data->first_event : uint8_t{0};
 }
 
-XcbConnection::Subscription XcbConnection::addHandler(Handler handler) {
-    auto kept = std::make_shared<const Handler>(std::move(handler));
+XcbConnection::Subscription XcbConnection::addHandler(Handler handler, Matcher isUrgent) {
+    auto kept = std::make_shared<const Registered>(std::move(handler), std::move(isUrgent));
     m_handlers.push_back(kept);
     return kept;
 }
 
-XcbEvent XcbConnection::waitFor(const std::function<bool(const xcb_generic_event_t&)>& matches,
-                                const QDeadlineTimer& deadline) {
-    flush();
+XcbEvent XcbConnection::waitFor(const Matcher& matches, const QDeadlineTimer& deadline) {
     size_t seen = 0;
     while (true) {
         readArrived();
-        for (; seen < m_kept.size(); ++seen) {
-            if (matches(*m_kept[seen])) {
-                XcbEvent event = std::move(m_kept[seen]);
-                m_kept.erase(m_kept.begin() + static_cast<std::ptrdiff_t>(seen));
+        while (seen < m_kept.size()) {
+            const bool isMatch = matches(*m_kept[seen]);
+            if (!isMatch && !handleUrgent(*m_kept[seen])) {
+                ++seen;
+                continue;
+            }
+            XcbEvent event = std::move(m_kept[seen]);
+            m_kept.erase(m_kept.begin() + static_cast<std::ptrdiff_t>(seen));
+            if (isMatch) {
                 return event;
             }
         }
         if (m_lost || deadline.hasExpired()) {
             return nullptr;
         }
+        flush();
         pollfd descriptor{xcb_get_file_descriptor(m_connection), POLLIN, 0};
         ::poll(&descriptor, 1, static_cast<int>(deadline.remainingTime()));
     }
 }
 
-std::vector<XcbEvent>
-XcbConnection::takeAll(const std::function<bool(const xcb_generic_event_t&)>& matches) {
+std::vector<XcbEvent> XcbConnection::takeAll(const Matcher& matches) {
     // Any request with a reply will do: events that happened before it are sent before the reply.
     const XcbPtr<xcb_get_input_focus_reply_t> reply(
         xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
@@ -157,14 +160,25 @@ void XcbConnection::readArrived() {
     }
 }
 
+bool XcbConnection::handleUrgent(const xcb_generic_event_t& event) const {
+    for (const std::weak_ptr<const Registered>& weak : m_handlers) {
+        const std::shared_ptr<const Registered> handler = weak.lock();
+        if (handler && handler->isUrgent && handler->isUrgent(event)) {
+            handler->handle(event);
+            return true;
+        }
+    }
+    return false;
+}
+
 void XcbConnection::dispatch() {
     readArrived();
     while (!m_kept.empty()) {
         const XcbEvent event = std::move(m_kept.front());
         m_kept.pop_front();
-        for (const std::weak_ptr<const Handler>& weak : std::vector(m_handlers)) {
-            if (const std::shared_ptr<const Handler> handler = weak.lock()) {
-                (*handler)(*event);
+        for (const std::weak_ptr<const Registered>& weak : std::vector(m_handlers)) {
+            if (const std::shared_ptr<const Registered> handler = weak.lock()) {
+                handler->handle(*event);
             }
         }
         std::erase_if(m_handlers, [](const auto& handler) { return handler.expired(); });

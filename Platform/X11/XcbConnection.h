@@ -30,12 +30,14 @@ using XcbEvent = XcbPtr<xcb_generic_event_t>;
 ///
 /// Events are handed to every handler in the order in which they were added, from the event loop;
 /// a handler that is called while another one waits in `waitFor` would see them out of order, so
-/// events that arrive meanwhile are kept until the loop turns again.
+/// events that arrive meanwhile are kept until the loop turns again. The exception is what another
+/// client stands still for, perhaps the very one that is waited for.
 class XcbConnection : public QObject {
     Q_OBJECT
 
 public:
     using Handler = std::function<void(const xcb_generic_event_t&)>;
+    using Matcher = std::function<bool(const xcb_generic_event_t&)>;
 
     /// Whether there is a display of the name in `DISPLAY`.
     [[nodiscard]] static bool canOpen();
@@ -56,19 +58,19 @@ public:
     /// The first event number of an extension, or 0 when the server does not have it.
     [[nodiscard]] uint8_t firstEvent(xcb_extension_t* extension) const;
 
-    /// Calls `handler` with every event for as long as the returned subscription is kept.
+    /// Calls `handler` with every event for as long as the returned subscription is kept. An event
+    /// that `isUrgent` is for this handler alone if it arrives during a wait: it comes at once
+    /// then, and the handler must not itself wait for events.
     using Subscription = std::shared_ptr<const void>;
-    [[nodiscard]] Subscription addHandler(Handler handler);
+    [[nodiscard]] Subscription addHandler(Handler handler, Matcher isUrgent = {});
 
     /// Waits for an event that `matches`, until `deadline`. Null when none came. Other events are
     /// kept and handed out later, in their order.
-    [[nodiscard]] XcbEvent waitFor(const std::function<bool(const xcb_generic_event_t&)>& matches,
-                                   const QDeadlineTimer& deadline);
+    [[nodiscard]] XcbEvent waitFor(const Matcher& matches, const QDeadlineTimer& deadline);
 
     /// Takes out all kept events that `matches`, after everything that the server has sent so far
     /// was read. One round trip.
-    [[nodiscard]] std::vector<XcbEvent>
-    takeAll(const std::function<bool(const xcb_generic_event_t&)>& matches);
+    [[nodiscard]] std::vector<XcbEvent> takeAll(const Matcher& matches);
 
     /// The server's present time: needed to own a selection. One round trip.
     [[nodiscard]] xcb_timestamp_t serverTime();
@@ -91,15 +93,21 @@ Q_SIGNALS:
 private:
     XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen, int screenNumber);
 
+    struct Registered {
+        Handler handle;
+        Matcher isUrgent;
+    };
+
     void readArrived();
     void dispatch();
+    [[nodiscard]] bool handleUrgent(const xcb_generic_event_t& event) const;
 
     xcb_connection_t* m_connection;
     xcb_screen_t* m_screen;
     int m_screenNumber;
     xcb_window_t m_window;
     QSocketNotifier m_notifier;
-    std::vector<std::weak_ptr<const Handler>> m_handlers;
+    std::vector<std::weak_ptr<const Registered>> m_handlers;
     std::deque<XcbEvent> m_kept;
     std::unordered_map<std::string, xcb_atom_t> m_atoms;
     bool m_lost = false;

@@ -10,8 +10,9 @@ XcbPasteboard::XcbPasteboard(std::shared_ptr<XcbConnection> connection,
     : m_connection(std::move(connection)), m_clipboard(m_connection->atom("CLIPBOARD")),
       m_server(m_connection, std::move(queue), m_clipboard), m_reader(m_connection, m_clipboard) {
     selectOwnerChanges();
-    m_events =
-        m_connection->addHandler([this](const xcb_generic_event_t& event) { handleEvent(event); });
+    m_events = m_connection->addHandler(
+        [this](const xcb_generic_event_t& event) { handleEvent(event); },
+        [this](const xcb_generic_event_t& event) { return m_server.isAwaited(event); });
 }
 
 std::optional<QString> XcbPasteboard::string(const QString& type) {
