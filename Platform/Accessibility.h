@@ -64,6 +64,10 @@ public:
     [[nodiscard]] virtual AXError setAttributeValue(const AXUIElementRef& element,
                                                     const QString& attribute,
                                                     const QVariant& value) = 0;
+
+    /// Whether the application of the active window was sent a write that it has not answered: it
+    /// may yet carry it out.
+    [[nodiscard]] virtual bool isWritePending() = 0;
 };
 
 } // namespace velmorin

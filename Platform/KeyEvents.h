@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 namespace velmorin {
 
@@ -36,6 +37,8 @@ struct KeyboardEvent {
     bool keyDown = false;
     quint64 flags = 0;
     QString unicodeString; ///< What the key types, in place of what is on it; empty for the latter.
+    /// The only window that may get it, as `ActiveWindow::identifier()` names it; none for any.
+    std::optional<quint64> window;
 };
 using CGEventRef = std::shared_ptr<KeyboardEvent>;
 
@@ -51,11 +54,11 @@ public:
     [[nodiscard]] virtual CGEventRef createKeyboardEvent(const CGEventSourceRef& source,
                                                          quint16 virtualKey, bool keyDown) = 0;
 
-    /// Sends the event to whatever has the keyboard focus. The event's flags replace the
-    /// modifiers that the user holds: the receiver sees exactly the flags, and once the key is up
-    /// again the modifiers are as the user holds them. It may wait, less than
-    /// a second, for a receiver that is busy. Any thread; another one than the main thread waits
-    /// for that.
+    /// Sends the event to the window that has the keyboard focus, or to none if that is not the
+    /// event's. The event's flags replace the modifiers that the user holds: the receiver sees
+    /// exactly the flags, and once the key is up again the modifiers are as the user holds them. It
+    /// may wait, less than a second, for a receiver that is busy. Any thread; another one than the
+    /// main thread waits for that.
     virtual void post(CGEventTapLocation location, const CGEventRef& event) = 0;
 };
 

@@ -24,9 +24,10 @@ struct ClipboardFlip {
     std::shared_ptr<Pasteboard> pasteboard;
     std::shared_ptr<KeyEvents> keyEvents;
     std::shared_ptr<ActiveWindow> activeWindow;
+    std::shared_ptr<Accessibility> accessibility;
     std::shared_ptr<VelmorinStore> store;
     FlipMode mode;
-    std::optional<quint64> window = {}; // whose text is flipped
+    std::optional<quint64> window = {}; // whose text is flipped; none gets no keys
     std::optional<QString> savedText = {};
     qint64 expectedChangeCount = 0;
 
@@ -47,7 +48,9 @@ private:
 };
 
 void ClipboardFlip::start() {
-    window = activeWindow->identifier();
+    // A write of the direct path that the application still carries out converts the text: keys
+    // would convert it back.
+    window = accessibility->isWritePending() ? std::nullopt : activeWindow->identifier();
     savedText = pasteboard->string(NSPasteboardTypeString);
     replaceContents(QLatin1String(""));
     expectedChangeCount = pasteboard->changeCount();
@@ -124,9 +127,11 @@ void ClipboardFlip::postCommandKey(quint16 virtualKey) const {
     }
     const CGEventRef down = keyEvents->createKeyboardEvent(source, virtualKey, true);
     const CGEventRef up = keyEvents->createKeyboardEvent(source, virtualKey, false);
-    if (!down || !up || activeWindow->identifier() != window) {
+    if (!down || !up || !window) {
         return;
     }
+    down->window = window;
+    up->window = window;
     down->flags = kCGEventFlagMaskCommand;
     up->flags = kCGEventFlagMaskCommand;
     keyEvents->post(CGEventTapLocation::hid, down);
@@ -159,6 +164,7 @@ void AppDelegate::clipboardFlip(FlipMode mode) {
                   .pasteboard = m_platform.pasteboard,
                   .keyEvents = m_platform.keyEvents,
                   .activeWindow = m_platform.activeWindow,
+                  .accessibility = m_platform.accessibility,
                   .store = m_store,
                   .mode = mode}
         .start();

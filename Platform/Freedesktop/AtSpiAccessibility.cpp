@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
 
+#include <QDBusPendingCallWatcher>
+
 #include <algorithm>
 #include <chrono>
 #include <tuple>
@@ -73,37 +75,86 @@ AXError setValue(AtSpiElement& element, const QString& text) {
     return errorOf(element);
 }
 
+using Insertion = AtSpiAccessibility::Insertion;
+
+AtSpiElement::Range insertedRange(const Insertion& insertion) {
+    return {insertion.start, insertion.start + insertion.length};
+}
+
+AtSpiElement::Range replacedRange(const Insertion& insertion) {
+    const int start = insertedRange(insertion).end;
+    return {start, start + insertion.replacedLength};
+}
+
+/// Where the inserted text and behind it the one that it replaces are to be.
+AtSpiElement::Range bothRange(const Insertion& insertion) {
+    return {insertion.start, replacedRange(insertion).end};
+}
+
+/// Deletes what was inserted where it stands before the text that it should have replaced, and
+/// nothing else: `both` is what the field holds there.
+void takeBack(AtSpiElement& element, const Insertion& insertion,
+              const std::optional<QString>& both) {
+    if (both == insertion.text + insertion.replaced) {
+        element.deleteText(insertedRange(insertion));
+    }
+}
+
+/// The same where the field has taken only the beginning of the text, or as much of something else.
+void takeBackOther(AtSpiElement& element, Insertion insertion, int added) {
+    const bool hasItsLength = added == insertion.length;
+    insertion.length = added;
+    std::optional<QString> both = added > 0 ? element.text(bothRange(insertion)) : std::nullopt;
+    if (!both || !both->endsWith(insertion.replaced)) {
+        return;
+    }
+    const QString inserted = both->chopped(insertion.replaced.size());
+    if (!inserted.isEmpty() && (hasItsLength || insertion.text.startsWith(inserted))) {
+        insertion.text = inserted;
+        takeBack(element, insertion, both);
+    }
+}
+
 /// Replaces the selection, unless it has changed since it was read: the new text goes in before it
 /// and only then the old text out, so that an application that refuses either step loses nothing.
-AXError setSelectedText(AtSpiElement& element, const QString& text) {
+/// What an answer that did not come in time leaves open is `unfinished`.
+AXError setSelectedText(AtSpiElement& element, const QString& text,
+                        std::optional<Insertion>& unfinished) {
     const std::optional<AtSpiElement::Selected> read = element.lastSelected();
     const std::optional<AtSpiElement::Range> range = element.selection();
     const std::optional<int> count = element.characterCount();
-    if (!range || range->start == range->end || !count ||
-        (read && (read->range != *range || element.text(*range) != read->text))) {
+    const std::optional<QString> replaced =
+        range && range->start != range->end ? element.text(*range) : std::nullopt;
+    if (!count || !replaced || (read && (read->range != *range || read->text != *replaced))) {
         return errorOf(element);
     }
-    const int removed = range->end - range->start;
-    element.insertText(
-        range->start, text,
-        {.characterCount = true, .text = AtSpiElement::Range{range->start, range->end}});
+    const Insertion insertion{range->start, element.lengthOf(text), range->end - range->start, text,
+                              *replaced};
+    unfinished = insertion;
+    element.insertText(insertion.start, text,
+                       {.characterCount = true, .text = bothRange(insertion)});
     const std::optional<int> grown = element.characterCount();
-    const int added = grown ? *grown - *count : 0;
-    if (added <= 0) {
+    const std::optional<QString> both = element.text(bothRange(insertion));
+    if (!grown || !both) {
         return errorOf(element);
     }
-    const AtSpiElement::Range inserted{range->start, range->start + added};
-    if (element.text(inserted) == text &&
-        element.deleteText({inserted.end, inserted.end + removed},
-                           {.characterCount = true, .text = inserted}) &&
-        element.characterCount() == *count + added - removed && element.text(inserted) == text) {
-        element.setCaretOffset(inserted.end);
-        return AXError::success;
-    }
-    if (element.characterCount() == grown) {
-        element.deleteText(inserted); // the old text is still there
-    }
-    return errorOf(element);
+    const int added = *grown - *count;
+    if (both == text + *replaced) {
+        const bool isReplaced =
+            element.deleteText(replacedRange(insertion),
+                               {.characterCount = true, .text = insertedRange(insertion)}) &&
+            element.characterCount() == *grown - insertion.replacedLength &&
+            element.text(insertedRange(insertion)) == text;
+        if (!isReplaced) {
+            takeBack(element, insertion, element.text(bothRange(insertion)));
+            return errorOf(element);
+        }
+    } else if (added != insertion.length - insertion.replacedLength || !both->startsWith(text)) {
+        takeBackOther(element, insertion, added);
+        return errorOf(element);
+    } // else the application has itself replaced the selection
+    element.setCaretOffset(insertedRange(insertion).end);
+    return AXError::success;
 }
 
 } // namespace
@@ -178,8 +229,35 @@ AXError AtSpiAccessibility::setAttributeValue(const AXUIElementRef& element,
     if (const AXError error = mayWrite(*accessible); error != AXError::success) {
         return error;
     }
-    return selected ? setSelectedText(*accessible, value.toString())
-                    : setValue(*accessible, value.toString());
+    std::optional<Insertion> unfinished;
+    const AXError error = selected ? setSelectedText(*accessible, value.toString(), unfinished)
+                                   : setValue(*accessible, value.toString());
+    if (accessible->isWritePending()) {
+        awaitLateAnswer(accessible, unfinished);
+    }
+    return error;
+}
+
+bool AtSpiAccessibility::isWritePending() {
+    const std::optional<qint64> process = m_activeWindow->processId();
+    return process && m_processesWithPendingWrite.contains(*process);
+}
+
+/// The application may still carry out what it was sent. Until it has, nothing else is written.
+void AtSpiAccessibility::awaitLateAnswer(const std::shared_ptr<AtSpiElement>& element,
+                                         const std::optional<Insertion>& insertion) {
+    const qint64 process = *element->processId();
+    m_processesWithPendingWrite.insert(process);
+    auto* watcher = new QDBusPendingCallWatcher(element->whenAllIsHandled(), &m_lateAnswers);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &m_lateAnswers,
+                     [this, watcher, element, insertion, process] {
+                         watcher->deleteLater();
+                         if (insertion && !watcher->isError()) {
+                             AtSpiElement again(m_bus, element->address(), process);
+                             takeBack(again, *insertion, again.text(bothRange(*insertion)));
+                         }
+                         m_processesWithPendingWrite.remove(process);
+                     });
 }
 
 AXError AtSpiAccessibility::copyFocused(QVariant& value) {
@@ -200,6 +278,9 @@ AXError AtSpiAccessibility::copyFocused(QVariant& value) {
 AXError AtSpiAccessibility::mayWrite(AtSpiElement& element) {
     if (!element.processId() || m_activeWindow->processId() != element.processId()) {
         return AXError::invalidUIElement;
+    }
+    if (isWritePending()) {
+        return AXError::cannotComplete;
     }
     const std::optional<AtSpiStates> states = element.states();
     if (!states || !element.hasInterface(QStringLiteral("EditableText"))) {

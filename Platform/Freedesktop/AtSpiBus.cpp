@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <thread>
 
 namespace velmorin {
@@ -85,8 +86,11 @@ QDBusPendingCall AtSpiBus::callAsync(const QDBusMessage& message, const QDeadlin
         return QDBusPendingCall::fromError(
             QDBusError(QDBusError::NoReply, QStringLiteral("no bus, or no time left")));
     }
-    return m_bus->asyncCall(message,
-                            static_cast<int>(std::max<qint64>(deadline.remainingTime(), 1)));
+    // The greatest number is libdbus's "no limit".
+    const int limit = deadline.isForever()
+                          ? std::numeric_limits<int>::max()
+                          : static_cast<int>(std::max<qint64>(deadline.remainingTime(), 1));
+    return m_bus->asyncCall(message, limit);
 }
 
 void AtSpiBus::startConnecting() {

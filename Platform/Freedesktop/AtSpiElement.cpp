@@ -18,9 +18,10 @@ constexpr char kAccessible[] = "Accessible";
 constexpr char kText[] = "Text";
 constexpr char kEditableText[] = "EditableText";
 
-/// An application that has not answered a question by then hangs. Writes may take all of the purse:
-/// an application that is laying out a long text answers late.
+/// An application that has not answered a question by then hangs.
 constexpr auto kReadLimit = 250ms;
+/// An application that is laying out a long text answers late.
+constexpr auto kWriteLimit = 2s;
 
 QString interfaceName(const QString& name) {
     return QStringLiteral("org.a11y.atspi.") + name;
@@ -72,7 +73,7 @@ void AtSpiElement::askAhead(const Questions& questions, std::chrono::nanoseconds
     if (questions.caretOffset) {
         askOne(property(kText, "CaretOffset"));
     }
-    if (questions.toolkit) {
+    if (questions.toolkit && !m_isQt) {
         askOne(toolkitName());
     }
     if (questions.text) {
@@ -148,6 +149,10 @@ std::optional<AtSpiElement::Range> AtSpiElement::knownExtent() const {
     return m_lastCount ? std::optional(Range{0, *m_lastCount}) : std::nullopt;
 }
 
+int AtSpiElement::lengthOf(const QString& text) {
+    return static_cast<int>(isQt() ? text.size() : text.toUcs4().size());
+}
+
 bool AtSpiElement::setText(const QString& text, const Questions& then) {
     return write(message(kEditableText, "SetTextContents") << text, then);
 }
@@ -220,9 +225,17 @@ QDBusMessage AtSpiElement::ask(const QDBusMessage& question) {
 }
 
 bool AtSpiElement::write(const QDBusMessage& message, const Questions& then) {
-    const QDBusPendingCall pending = send(message, m_purse);
-    askAhead(then, m_purse);
-    return isTrue(await(pending));
+    const QDBusPendingCall pending = send(message, kWriteLimit);
+    m_hasWritten = true;
+    askAhead(then, kWriteLimit);
+    const bool isAccepted = isTrue(await(pending));
+    m_purse = purse;
+    return isAccepted;
+}
+
+QDBusPendingCall AtSpiElement::whenAllIsHandled() const {
+    return m_bus.callAsync(property(kText, "CharacterCount"),
+                           QDeadlineTimer(QDeadlineTimer::Forever));
 }
 
 QDBusMessage AtSpiElement::await(const QDBusPendingCall& pending) {
@@ -249,8 +262,11 @@ std::optional<int> AtSpiElement::askInt(const QDBusMessage& question) {
 }
 
 bool AtSpiElement::isQt() {
-    const QDBusReply<QDBusVariant> reply = ask(toolkitName());
-    return reply.isValid() && reply.value().variant().toString() == QStringLiteral("Qt");
+    if (!m_isQt) {
+        const QDBusReply<QDBusVariant> reply = ask(toolkitName());
+        m_isQt = reply.isValid() && reply.value().variant().toString() == QStringLiteral("Qt");
+    }
+    return *m_isQt;
 }
 
 } // namespace velmorin

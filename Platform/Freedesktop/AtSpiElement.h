@@ -63,8 +63,9 @@ struct AtSpiQuestions {
 /// do not depend on each other are asked ahead, all at once; the calls that follow take the
 /// answers.
 ///
-/// All waiting for the application is paid from one purse of 800 ms; a call that comes after it
-/// is empty fails at once, and so does every call after one that was not answered in time.
+/// All waiting for the application's answers is paid from one purse of 800 ms; a call that comes
+/// after it is empty fails at once, and so does every call after one that was not answered in time.
+/// A write has two seconds of its own, and fills the purse again when it is answered.
 class AtSpiElement : public AXUIElement {
 public:
     using Range = AtSpiRange;
@@ -77,10 +78,17 @@ public:
 
     /// Whether the last call failed because the application did not answer in time.
     [[nodiscard]] bool isHung() const { return m_hung; }
+    /// Whether that leaves open what has become of a write.
+    [[nodiscard]] bool isWritePending() const { return m_hung && m_hasWritten; }
+    /// Is finished, with an error or without, when the application has handled all that it was
+    /// sent, or has gone.
+    [[nodiscard]] QDBusPendingCall whenAllIsHandled() const;
 
     /// Asks without waiting, for the calls that follow at once: each takes its answer from here, a
     /// single time. What was asked before and not taken is forgotten.
     void askAhead(const Questions& questions);
+    /// The same; none of the answers is waited for longer than `limit`.
+    void askAhead(const Questions& questions, std::chrono::nanoseconds limit);
 
     [[nodiscard]] std::optional<AtSpiStates> states();
     /// Whether the object has `org.a11y.atspi.<name>`; asked once.
@@ -109,6 +117,9 @@ public:
     /// The range that is all of the text, as far as is known without asking.
     [[nodiscard]] std::optional<Range> knownExtent() const;
 
+    /// How long the text is in the application's own unit.
+    [[nodiscard]] int lengthOf(const QString& text);
+
     /// False when the application refused. True says only that it did not. `then` is asked right
     /// behind, so that the answers are those after the write.
     bool setText(const QString& text, const Questions& then = {});
@@ -118,11 +129,12 @@ public:
     void setCaretOffset(int offset);
 
 private:
+    static constexpr std::chrono::milliseconds purse{800};
+
     [[nodiscard]] QDBusMessage message(const char* interface, const char* method) const;
     [[nodiscard]] QDBusMessage property(const char* interface, const char* name) const;
     [[nodiscard]] QDBusMessage toolkitName() const;
     [[nodiscard]] QDBusMessage textMessage(Range range) const;
-    void askAhead(const Questions& questions, std::chrono::nanoseconds limit);
     [[nodiscard]] std::chrono::nanoseconds readLimit() const;
     QDBusPendingCall send(const QDBusMessage& message, std::chrono::nanoseconds limit) const;
     [[nodiscard]] QDBusMessage ask(const QDBusMessage& question);
@@ -139,7 +151,9 @@ private:
     std::optional<int> m_lastCount;
     std::optional<QString> m_lastValue;
     std::optional<Selected> m_lastSelected;
-    std::chrono::nanoseconds m_purse = std::chrono::milliseconds(800);
+    std::optional<bool> m_isQt;
+    std::chrono::nanoseconds m_purse = purse;
+    bool m_hasWritten = false;
     bool m_hung = false;
 };
 

@@ -60,10 +60,13 @@ public:
         return found.setError;
     }
 
+    [[nodiscard]] bool isWritePending() override { return writePending; }
+
     /// What was asked for, oldest first: "prompt", "copy ATTRIBUTE", "set ATTRIBUTE".
     [[nodiscard]] const QStringList& journal() const { return m_journal; }
 
     bool trusted = true;
+    bool writePending = false;
     AXError focusError = AXError::success; ///< What asking for the focused element answers.
     /// The element with the focus. Null breaks the port's promise when `focusError` is success.
     AXUIElementRef focused = std::make_shared<AXUIElement>();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/ActiveWindow.h"
 #include "Platform/KeyEvents.h"
 
 #include <functional>
@@ -13,6 +14,9 @@ namespace velmorin {
 /// A keyboard that types into a journal. Main thread.
 class MemoryKeyEvents final : public KeyEvents {
 public:
+    explicit MemoryKeyEvents(std::shared_ptr<ActiveWindow> activeWindow)
+        : m_activeWindow(std::move(activeWindow)) {}
+
     struct Posted {
         CGEventSourceStateID state;
         CGEventTapLocation location;
@@ -36,10 +40,13 @@ public:
         // As if the user were holding something: flags that are not replaced would show.
         constexpr quint64 heldFlags = 0x80000;
         return std::make_shared<KeyboardEvent>(
-            KeyboardEvent{source, virtualKey, keyDown, heldFlags, {}});
+            KeyboardEvent{source, virtualKey, keyDown, heldFlags, {}, {}});
     }
 
     void post(CGEventTapLocation location, const CGEventRef& event) override {
+        if (event->window && event->window != m_activeWindow->identifier()) {
+            return;
+        }
         const auto& source = static_cast<const Source&>(*event->source);
         const Posted posted{source.state,   location,     event->keyCode,
                             event->keyDown, event->flags, event->unicodeString};
@@ -63,6 +70,7 @@ private:
         const CGEventSourceStateID state;
     };
 
+    std::shared_ptr<ActiveWindow> m_activeWindow;
     std::vector<Posted> m_journal;
 };
 

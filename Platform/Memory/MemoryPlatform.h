@@ -37,7 +37,7 @@ struct MemoryPlatform {
     std::shared_ptr<MemoryActiveWindow> activeWindow = std::make_shared<MemoryActiveWindow>();
     std::shared_ptr<MemoryAccessibility> accessibility = std::make_shared<MemoryAccessibility>();
     std::shared_ptr<MemoryPasteboard> pasteboard = std::make_shared<MemoryPasteboard>();
-    std::shared_ptr<MemoryKeyEvents> keyEvents = std::make_shared<MemoryKeyEvents>();
+    std::shared_ptr<MemoryKeyEvents> keyEvents = std::make_shared<MemoryKeyEvents>(activeWindow);
     std::shared_ptr<MemoryEventTaps> eventTaps = std::make_shared<MemoryEventTaps>();
     std::shared_ptr<MemoryUserDefaults> standardUserDefaults =
         std::make_shared<MemoryUserDefaults>();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/FocusPing.h"
+#include "Platform/X11/FocusedWindow.h"
 
 #include <QByteArray>
 
@@ -12,34 +13,26 @@
 namespace velmorin {
 namespace {
 
-bool isOurs(XcbConnection& connection, xcb_window_t window) {
-    const XcbConnection::Property process =
-        connection.property(window, connection.atom("_NET_WM_PID"), sizeof(uint32_t));
-    uint32_t id = 0;
-    std::memcpy(&id, process.bytes.constData(),
-                std::min(static_cast<size_t>(process.bytes.size()), sizeof id));
-    return id == static_cast<uint32_t>(::getpid());
-}
-
 bool takesPings(XcbConnection& connection, xcb_window_t window) {
     constexpr uint32_t maximum = 1024;
     const XcbConnection::Property protocols =
         connection.property(window, connection.atom("WM_PROTOCOLS"), maximum);
+    if (protocols.format != 32 || protocols.bytes.isEmpty()) {
+        return false;
+    }
     std::vector<xcb_atom_t> atoms(static_cast<size_t>(protocols.bytes.size()) / sizeof(xcb_atom_t));
     std::memcpy(atoms.data(), protocols.bytes.constData(), atoms.size() * sizeof(xcb_atom_t));
-    return protocols.format == 32 &&
-           std::find(atoms.begin(), atoms.end(), connection.atom("_NET_WM_PING")) != atoms.end();
+    return std::find(atoms.begin(), atoms.end(), connection.atom("_NET_WM_PING")) != atoms.end();
 }
 
 /// The window that has the focus, or the one around it that takes pings; XCB_NONE without such.
 xcb_window_t pingedWindow(XcbConnection& connection) {
     xcb_connection_t* c = connection.get();
-    const XcbPtr<xcb_get_input_focus_reply_t> focus(
-        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
-    xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_NONE};
-    while (window > XCB_INPUT_FOCUS_POINTER_ROOT && window != connection.root()) {
+    xcb_window_t window = focusedWindow(connection).value_or(xcb_window_t{XCB_NONE});
+    while (window != XCB_NONE && window != connection.root()) {
         if (takesPings(connection, window)) {
-            return isOurs(connection, window) ? xcb_window_t{XCB_NONE} : window;
+            return claimedProcess(connection, window) == ::getpid() ? xcb_window_t{XCB_NONE}
+                                                                    : window;
         }
         const XcbPtr<xcb_query_tree_reply_t> tree(
             xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));

@@ -56,18 +56,17 @@ void IncrementalSender::handleEvent(const xcb_generic_event_t& event) {
         const xcb_window_t gone = eventAs<xcb_destroy_notify_event_t>(event).window;
         dropIf([&](const Transfer& transfer) { return transfer.requestor == gone; });
     }
-    const auto transfer = std::find_if(
-        m_transfers.begin(), m_transfers.end(),
-        [&](const Transfer& candidate) { return isForNextPiece(candidate, event); });
+    const auto transfer =
+        std::find_if(m_transfers.begin(), m_transfers.end(),
+                     [&](const Transfer& candidate) { return isForNextPiece(candidate, event); });
     if (transfer != m_transfers.end() && !sendPiece(*transfer)) {
         cancel(transfer->requestor, transfer->property);
     }
 }
 
 bool IncrementalSender::isAwaited(const xcb_generic_event_t& event) const {
-    return std::any_of(m_transfers.begin(), m_transfers.end(), [&](const Transfer& transfer) {
-        return isForNextPiece(transfer, event);
-    });
+    return std::any_of(m_transfers.begin(), m_transfers.end(),
+                       [&](const Transfer& transfer) { return isForNextPiece(transfer, event); });
 }
 
 bool IncrementalSender::isForNextPiece(const Transfer& transfer, const xcb_generic_event_t& event) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/XTestKeyEvents.h"
 #include "Platform/X11/FocusPing.h"
+#include "Platform/X11/FocusedWindow.h"
 
 #include <QThread>
 
@@ -45,7 +46,7 @@ CGEventRef XTestKeyEvents::createKeyboardEvent(const CGEventSourceRef& source, q
     if (!m_keyboard->keyCodeAt(virtualKey)) {
         return nullptr;
     }
-    return std::make_shared<KeyboardEvent>(KeyboardEvent{source, virtualKey, keyDown, 0, {}});
+    return std::make_shared<KeyboardEvent>(KeyboardEvent{source, virtualKey, keyDown, 0, {}, {}});
 }
 
 void XTestKeyEvents::post(CGEventTapLocation location, const CGEventRef& event) {
@@ -62,7 +63,7 @@ void XTestKeyEvents::post(CGEventTapLocation location, const CGEventRef& event) 
     }
     if (!event->unicodeString.isEmpty()) {
         if (event->keyDown) {
-            type(event->unicodeString);
+            type(event->unicodeString, event->window);
         }
     } else if (!event->keyDown) {
         if (m_replaced) {
@@ -71,7 +72,8 @@ void XTestKeyEvents::post(CGEventTapLocation location, const CGEventRef& event) 
         }
     } else if (const auto key = keyFor(event->keyCode)) {
         press({.virtualKey = event->keyCode,
-               .command = (event->flags & kCGEventFlagMaskCommand) != 0},
+               .command = (event->flags & kCGEventFlagMaskCommand) != 0,
+               .window = event->window},
               {.key = *key});
     }
 }
@@ -84,7 +86,7 @@ std::optional<xcb_keycode_t> XTestKeyEvents::keyFor(quint16 virtualKey) {
     return key ? key : m_keyboard->keyCodeAt(virtualKey);
 }
 
-void XTestKeyEvents::type(QString text) {
+void XTestKeyEvents::type(QString text, std::optional<quint64> window) {
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     for (const char32_t codePoint : text.toUcs4()) {
         const xkb_keysym_t keysym = typingKeysym(codePoint);
@@ -94,8 +96,10 @@ void XTestKeyEvents::type(QString text) {
             stroke = {.key = *spare};
         }
         if (stroke) {
-            press({.command = false}, *stroke);
-            release();
+            press({.command = false, .window = window}, *stroke);
+            if (m_replaced) {
+                release();
+            }
         }
     }
 }
@@ -106,10 +110,17 @@ void XTestKeyEvents::press(Replaced replaced, const XcbKeyboard::KeyStroke& stro
     m_replaced = std::move(replaced);
     xcb_connection_t* c = m_connection->get();
     // No other client may press or lift a modifier between our look at the keys and the last key
-    // that is put back: a modifier that is let go in between would be pressed again for good.
-    // Until the hotkey's key is up its grab sends all keys to us, so it is given up first.
+    // that is put back: a modifier that is let go in between would be pressed again for good. Nor
+    // may the focus go elsewhere. Until the hotkey's key is up its grab sends all keys to us, so it
+    // is given up first.
     xcb_grab_server(c);
     xcb_ungrab_keyboard(c, XCB_CURRENT_TIME);
+    if (m_replaced->window && m_replaced->window != focusedWindow(*m_connection)) {
+        m_replaced.reset();
+        xcb_ungrab_server(c);
+        m_connection->flush();
+        return;
+    }
     liftHeld();
     if (!m_replaced->command) {
         setUp(stroke);

@@ -39,6 +39,7 @@ private:
         quint16 virtualKey = 0;
         xcb_keycode_t key = 0;
         bool command = false;
+        std::optional<quint64> window = {}; ///< The only one that may get the key; none for any.
         std::optional<xcb_keycode_t> control = {}; ///< That we press, the user holds none.
         std::vector<xcb_keycode_t> lifted = {};
         std::optional<xcb_keycode_t> shift = {}; ///< That we press for the key.
@@ -52,7 +53,7 @@ private:
     void release();
     void liftHeld();
     void setUp(const XcbKeyboard::KeyStroke& stroke);
-    void type(QString text);
+    void type(QString text, std::optional<quint64> window);
     void fake(uint8_t type, xcb_keycode_t key);
 
     std::shared_ptr<XcbConnection> m_connection;

@@ -17,9 +17,7 @@ public:
     void awaitInputHandled(std::chrono::milliseconds limit) override;
 
 private:
-    [[nodiscard]] std::optional<xcb_window_t> focusedWindow() const;
     [[nodiscard]] std::optional<qint64> clientProcess(xcb_window_t window) const;
-    [[nodiscard]] std::optional<qint64> claimedProcess(xcb_window_t window);
 
     std::shared_ptr<XcbConnection> m_connection;
 };

@@ -69,16 +69,20 @@ TEST_F(AtSpiAccessibilityTest, AWriteIsASuccessOnlyWhenTheFieldHoldsIt) {
         std::function<void(FakeAtSpiApplication&)> misbehave;
         bool valueWritten;
         bool selectionWritten;
+        const char* suffix = "";
     };
+    const auto writing = [](Writes writes) { return [writes](auto& app) { app.writes = writes; }; };
     const std::vector<Row> rows{
         {"GTK", [](auto&) {}, true, true},
         {"Qt", [](auto& app) { app.toolkit = Toolkit::qt; }, true, true},
-        {"accepts and does nothing", [](auto& app) { app.writes = Writes::acceptedOnly; }, false,
-         false},
-        {"refuses", [](auto& app) { app.writes = Writes::refused; }, false, false},
-        {"keeps a part", [](auto& app) { app.writes = Writes::truncated; }, false, true},
-        {"inserts but does not delete", [](auto& app) { app.writes = Writes::insertedOnly; }, true,
-         false},
+        {"accepts and does nothing", writing(Writes::acceptedOnly), false, false},
+        {"refuses", writing(Writes::refused), false, false},
+        {"keeps a part", writing(Writes::truncated), false, true},
+        {"inserts a part", writing(Writes::shortened), true, false},
+        {"inserts but does not delete", writing(Writes::insertedOnly), true, false},
+        {"inserts something else", writing(Writes::transformed), true, false},
+        {"completes what is inserted", writing(Writes::completed), true, true, "!!"},
+        {"inserts in the selection's place", writing(Writes::replacesSelection), true, true},
         {"read-only", [](auto& app) { app.isReadOnly = true; }, false, false},
         {"not editable", [](auto& app) { app.isEditable = false; }, false, false},
         {"no EditableText", [](auto& app) { app.hasEditableText = false; }, false, false},
@@ -100,8 +104,44 @@ TEST_F(AtSpiAccessibilityTest, AWriteIsASuccessOnlyWhenTheFieldHoldsIt) {
         EXPECT_EQ(set(focused(), kAXSelectedTextAttribute, arabic) == AXError::success,
                   row.selectionWritten);
         EXPECT_EQ(m_application.text(),
-                  row.selectionWritten ? QStringLiteral("hello ") + arabic + QStringLiteral("ld")
-                                       : QStringLiteral("hello world"));
+                  (row.selectionWritten ? QStringLiteral("hello ") + arabic + QStringLiteral("ld")
+                                        : QStringLiteral("hello world")) +
+                      QString::fromLatin1(row.suffix));
+    }
+}
+
+TEST_F(AtSpiAccessibilityTest, AWriteThatIsAnsweredTooLateIsNotLeftHalfDone) {
+    const QString hello = QStringLiteral("hello world");
+    const QString arabic = QStringLiteral("\u0647\u062B\u0643");
+    const struct {
+        const char* attribute;
+        const char* hangsAt;
+        QString after;
+    } rows[] = {
+        {kAXValueAttribute, "SetTextContents", arabic},
+        {kAXSelectedTextAttribute, "InsertText", hello},
+        {kAXSelectedTextAttribute, "DeleteText",
+         QStringLiteral("hello ") + arabic + QStringLiteral("ld")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.hangsAt);
+        const bool isValue = row.attribute == kAXValueAttribute;
+        m_application.setText(hello, isValue ? 0 : 6, isValue ? 0 : 9);
+        const AXUIElementRef element = focused();
+        ASSERT_TRUE(element);
+        m_application.hangsAt = QString::fromLatin1(row.hangsAt);
+        EXPECT_EQ(set(element, row.attribute, arabic), AXError::cannotComplete);
+        EXPECT_EQ(m_application.text().size(), row.hangsAt == std::string_view("DeleteText")
+                                                   ? hello.size() + arabic.size()
+                                                   : hello.size());
+        EXPECT_TRUE(m_accessibility.isWritePending());
+        m_activeWindow->process = 1;
+        EXPECT_FALSE(m_accessibility.isWritePending()) << "another application's window";
+        m_activeWindow->process = QCoreApplication::applicationPid();
+
+        m_application.hangs = false;
+        EXPECT_TRUE(waitUntil([&] { return !m_accessibility.isWritePending(); }));
+        EXPECT_EQ(m_application.text(), row.after);
     }
 }
 

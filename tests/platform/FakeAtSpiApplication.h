@@ -22,7 +22,17 @@ public:
     static constexpr char path[] = "/org/a11y/atspi/accessible/7";
 
     enum class Toolkit { gtk, qt };
-    enum class Writes { carriedOut, acceptedOnly, refused, truncated, insertedOnly };
+    enum class Writes {
+        carriedOut,
+        acceptedOnly,
+        refused,
+        truncated,         ///< All of the text is cut to two characters.
+        shortened,         ///< What is inserted is cut to two characters.
+        insertedOnly,      ///< Deletes nothing but what was inserted last.
+        transformed,       ///< What is inserted becomes x.
+        completed,         ///< With an insertion, the field's end grows.
+        replacesSelection, ///< An insertion takes the selection's place.
+    };
 
     /// How the application behaves; set before the question is asked.
     Toolkit toolkit = Toolkit::gtk;
@@ -32,6 +42,8 @@ public:
     bool isFocused = true;
     bool hasEditableText = true;
     std::atomic<bool> hangs = false;
+    /// The method at whose call it begins to hang; empty for none.
+    QString hangsAt;
 
     FakeAtSpiApplication() {
         QDBusConnection session = QDBusConnection::sessionBus();
@@ -75,6 +87,10 @@ public:
     [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        if (message.member() == hangsAt) {
+            hangsAt.clear();
+            hangs = true;
+        }
         while (hangs) {
             QThread::msleep(1);
         }
@@ -147,11 +163,7 @@ private:
             return true;
         }
         if (member == QStringLiteral("InsertText")) {
-            const QString text = in.at(1).toString();
-            const int length = in.at(2).toInt();
-            m_text.insert(in.at(0).toInt(), toolkit == Toolkit::qt
-                                                ? text.leftJustified(length, QChar(u'\0'), true)
-                                                : QString::fromUtf8(text.toUtf8().left(length)));
+            insert(in.at(0).toInt(), in.at(1).toString(), in.at(2).toInt());
             return true;
         }
         if (member == QStringLiteral("DeleteText")) {
@@ -164,6 +176,22 @@ private:
             return true;
         }
         return {};
+    }
+
+    void insert(int start, const QString& text, int length) {
+        QString taken = toolkit == Toolkit::qt ? text.leftJustified(length, QChar(u'\0'), true)
+                                               : QString::fromUtf8(text.toUtf8().left(length));
+        if (writes == Writes::shortened) {
+            taken.truncate(2);
+        } else if (writes == Writes::transformed) {
+            taken.fill(u'x');
+        } else if (writes == Writes::replacesSelection) {
+            m_text.remove(m_selection.first, m_selection.second - m_selection.first);
+        }
+        m_text.insert(start, taken);
+        if (writes == Writes::completed) {
+            m_text.append(QStringLiteral("!!"));
+        }
     }
 
     QThread m_thread;

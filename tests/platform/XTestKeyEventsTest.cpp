@@ -109,6 +109,27 @@ TEST_F(XTestKeyEventsTest, CommandIsControlAndNothingElse) {
     }
 }
 
+TEST_F(XTestKeyEventsTest, AKeyForAnotherWindowIsNotPressed) {
+    const CGEventSourceRef source = m_keys.createSource(CGEventSourceStateID::hidSystem);
+    m_user.down(test::keyAltLeft);
+    m_user.forget();
+    for (const bool isForIt : {false, true}) {
+        for (const auto& [text, isDown] :
+             {std::pair("", true), std::pair("", false), std::pair("c", true)}) {
+            const CGEventRef event = m_keys.createKeyboardEvent(source, kVK_ANSI_A, isDown);
+            event->unicodeString = QString::fromLatin1(text);
+            event->window = isForIt ? m_user.window() : m_user.root();
+            m_keys.post(CGEventTapLocation::hid, event);
+        }
+    }
+    // What it was sent in the first round would have come before.
+    EXPECT_TRUE(sawRelease(test::keyC));
+    EXPECT_EQ(std::ranges::count(m_user.seen, test::keyA, &KeyEvent::key), 2);
+    EXPECT_EQ(std::ranges::count(m_user.seen, test::keyC, &KeyEvent::key), 2);
+    EXPECT_EQ(m_user.held(), std::vector<int>{test::keyAltLeft});
+    m_user.up(test::keyAltLeft);
+}
+
 TEST_F(XTestKeyEventsTest, KeysGoToTheFocusedWindowWhileTheHotkeyIsHeld) {
     XcbHotKeys hotKeys(m_connection, m_keyboard);
     EventHotKeyRef hotKey;

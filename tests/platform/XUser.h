@@ -106,6 +106,7 @@ public:
     }
 
     [[nodiscard]] xcb_connection_t* c() const { return m_connection->get(); }
+    [[nodiscard]] xcb_window_t window() const { return m_window; }
     [[nodiscard]] xcb_window_t root() const { return m_connection->root(); }
 
     std::vector<KeyEvent> seen;

@@ -126,17 +126,25 @@ TEST(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
         const char* name;
         bool sourceFails;
         std::optional<bool> failingEvents;
+        bool writePending = false;
     };
     const Case cases[] = {
-        {"source", true, {}}, {"key down", false, true}, {"key up", false, false}};
+        {"source", true, {}},
+        {"key down", false, true},
+        {"key up", false, false},
+        {"the direct path's write may yet be carried out", false, {}, true},
+    };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         FlipFixture f;
         f.platform.pasteboard->copyElsewhere(earlier);
         f.platform.keyEvents->sourceFails = c.sourceFails;
         f.platform.keyEvents->failingEvents = c.failingEvents;
+        f.platform.accessibility->writePending = c.writePending;
         f.field = hello;
         f.delegate->clipboardFlip(FlipMode::auto_);
+        f.platform.mainQueue->advance(60ms);
+        f.platform.accessibility->writePending = false;
         f.platform.mainQueue->runUntilIdle();
         EXPECT_EQ(f.messages(), nothingCopied);
         EXPECT_TRUE(f.platform.keyEvents->journal().empty());
@@ -153,6 +161,7 @@ TEST(ClipboardFlip, AnotherWindowGetsNoKeys) {
         qint64 count;
     };
     const Case cases[] = {
+        {-1ms, std::nullopt, 0, nothingCopied, 0},
         {60ms, 2, 2, nothingCopied, 0},
         {350ms, 2, 4, pasted, 1},
         {350ms, std::nullopt, 4, pasted, 1},
@@ -163,8 +172,11 @@ TEST(ClipboardFlip, AnotherWindowGetsNoKeys) {
         FlipFixture f;
         f.platform.pasteboard->copyElsewhere(earlier);
         f.field = hello;
+        if (c.moved < 0ms) {
+            f.platform.activeWindow->window = c.to;
+        }
         f.delegate->clipboardFlip(FlipMode::auto_);
-        f.platform.mainQueue->advance(c.moved);
+        f.platform.mainQueue->advance(std::max(c.moved, 0ms));
         f.platform.activeWindow->window = c.to;
         f.platform.mainQueue->runUntilIdle();
         EXPECT_EQ(f.messages(), c.lines);
