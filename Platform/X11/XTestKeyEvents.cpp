@@ -105,7 +105,6 @@ void XTestKeyEvents::type(QString text, std::optional<quint64> window) {
 }
 
 void XTestKeyEvents::press(Replaced replaced, const XcbKeyboard::KeyStroke& stroke) {
-    replaced.key = stroke.key;
     replaced.heldOnDevices = m_keyboard->keysHeldOnDevices();
     m_replaced = std::move(replaced);
     xcb_connection_t* c = m_connection->get();
@@ -124,7 +123,11 @@ void XTestKeyEvents::press(Replaced replaced, const XcbKeyboard::KeyStroke& stro
     liftHeld();
     if (!m_replaced->command) {
         setUp(stroke);
+    } else if (!m_keyboard->isCommandOn()) {
+        release(); // the key would type its letter
+        return;
     }
+    m_replaced->key = stroke.key;
     fake(XCB_KEY_PRESS, stroke.key);
     m_connection->flush();
     // The server is given back when the key is up; a caller that never posts that must not freeze
@@ -140,30 +143,38 @@ void XTestKeyEvents::press(Replaced replaced, const XcbKeyboard::KeyStroke& stro
 }
 
 void XTestKeyEvents::liftHeld() {
-    const XcbKeyboard::KeySet pressed = m_keyboard->pressedKeys();
     const std::vector<xcb_keycode_t>& controls = m_keyboard->controlKeys();
     const auto isControl = [&](xcb_keycode_t key) {
         return std::find(controls.begin(), controls.end(), key) != controls.end();
     };
-    std::vector<xcb_keycode_t> held;
-    std::copy_if(m_keyboard->holdModifierKeys().begin(), m_keyboard->holdModifierKeys().end(),
-                 std::back_inserter(held), [&](xcb_keycode_t key) { return pressed[key]; });
+    std::vector<xcb_keycode_t> held = m_keyboard->heldModifierKeys();
     const auto heldControls =
         std::stable_partition(held.begin(), held.end(), std::not_fn(isControl));
-    const bool isNeeded = m_replaced->command || heldControls != held.begin();
-    if (isNeeded && heldControls == held.end() && !controls.empty()) {
-        m_replaced->control = controls.front();
-        fake(XCB_KEY_PRESS, *m_replaced->control);
-    }
+    const bool hasControl = heldControls != held.end();
     if (m_replaced->command) {
         held.erase(heldControls, held.end());
+    }
+    if (!held.empty() && !hasControl) {
+        m_replaced->companion = m_keyboard->companionOf(held);
+    }
+    if (m_replaced->command && !hasControl && !controls.empty()) {
+        const bool isDown = m_replaced->companion && isControl(*m_replaced->companion);
+        m_replaced->control = isDown ? m_replaced->companion : controls.front();
+    }
+    if (m_replaced->companion) {
+        fake(XCB_KEY_PRESS, *m_replaced->companion);
     }
     for (const xcb_keycode_t modifier : held) {
         fake(XCB_KEY_RELEASE, modifier);
     }
     m_replaced->lifted = std::move(held);
-    if (m_replaced->control && !m_replaced->command) {
-        fake(XCB_KEY_RELEASE, *m_replaced->control);
+    if (m_replaced->companion != m_replaced->control) {
+        if (m_replaced->companion) {
+            fake(XCB_KEY_RELEASE, *m_replaced->companion);
+        }
+        if (m_replaced->control) {
+            fake(XCB_KEY_PRESS, *m_replaced->control);
+        }
     }
 }
 
@@ -180,18 +191,25 @@ void XTestKeyEvents::setUp(const XcbKeyboard::KeyStroke& stroke) {
 void XTestKeyEvents::release() {
     const Replaced replaced = std::move(*m_replaced);
     m_replaced.reset();
-    fake(XCB_KEY_RELEASE, replaced.key);
+    if (replaced.key) {
+        fake(XCB_KEY_RELEASE, *replaced.key);
+    }
     if (replaced.shift) {
         fake(XCB_KEY_RELEASE, *replaced.shift);
     }
     m_keyboard->changeLocks(replaced.changedLocks, replaced.locks);
-    if (replaced.control && !replaced.command) {
-        fake(XCB_KEY_PRESS, *replaced.control);
+    if (replaced.companion != replaced.control) {
+        if (replaced.control) {
+            fake(XCB_KEY_RELEASE, *replaced.control);
+        }
+        if (replaced.companion) {
+            fake(XCB_KEY_PRESS, *replaced.companion);
+        }
     }
     std::for_each(replaced.lifted.rbegin(), replaced.lifted.rend(),
                   [this](xcb_keycode_t modifier) { fake(XCB_KEY_PRESS, modifier); });
-    if (replaced.control) {
-        fake(XCB_KEY_RELEASE, *replaced.control);
+    if (replaced.companion) {
+        fake(XCB_KEY_RELEASE, *replaced.companion);
     }
     // A finger may have left a modifier while it was lifted; the server then saw nothing change.
     const XcbKeyboard::KeySet stillHeld = m_keyboard->keysHeldOnDevices();

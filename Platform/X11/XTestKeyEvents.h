@@ -12,8 +12,8 @@ namespace velmorin {
 /// Synthetic keys through the XTEST extension. The Command flag is Control.
 ///
 /// A key that is posted with flags replaces the modifiers that the user holds: they are lifted
-/// before the key and pressed again after it. Each press and lift is made while Control is down,
-/// since applications take a lone press and release of Alt for "open the menu bar".
+/// before the key and pressed again after it. Each press and lift is made while Control (or Shift)
+/// is down, since applications take a lone press and release of Alt for "open the menu bar".
 ///
 /// The end of a key waits for the receiver to have read it, a bounded time: who counts the time
 /// that a copy may take counts from then on.
@@ -37,10 +37,11 @@ private:
     /// What a key that is down with flags must put back when it comes up.
     struct Replaced {
         quint16 virtualKey = 0;
-        xcb_keycode_t key = 0;
+        std::optional<xcb_keycode_t> key = {}; ///< None until it is down.
         bool command = false;
         std::optional<quint64> window = {}; ///< The only one that may get the key; none for any.
-        std::optional<xcb_keycode_t> control = {}; ///< That we press, the user holds none.
+        std::optional<xcb_keycode_t> control = {};   ///< That we press, the user holds none.
+        std::optional<xcb_keycode_t> companion = {}; ///< Down while others go up or down.
         std::vector<xcb_keycode_t> lifted = {};
         std::optional<xcb_keycode_t> shift = {}; ///< That we press for the key.
         XcbKeyboard::Locks locks = {};           ///< As the user has them.

@@ -21,8 +21,12 @@ public:
           m_connection(std::move(connection)) {}
     ~Grab() override { release(); }
 
-    /// Grabs `key` with each of `states`: all of them, or none and false.
+    /// Grabs `key` with each of `states`, and gives up what was grabbed before only then, so that a
+    /// press in between is not lost. False when some were another client's; the others are kept.
     [[nodiscard]] bool take(xcb_keycode_t key, const std::vector<uint16_t>& states) {
+        if (key == m_key && states == m_states) {
+            return true;
+        }
         xcb_connection_t* c = m_connection->get();
         std::vector<xcb_void_cookie_t> cookies;
         cookies.reserve(states.size());
@@ -30,20 +34,20 @@ public:
             cookies.push_back(xcb_grab_key_checked(c, 0, m_connection->root(), state, key,
                                                    XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
         }
-        bool all = true;
-        m_key = key;
+        std::vector<uint16_t> taken;
         for (size_t i = 0; i < cookies.size(); ++i) {
             const XcbPtr<xcb_generic_error_t> error(xcb_request_check(c, cookies[i]));
-            if (error) {
-                all = false;
-            } else {
-                m_states.push_back(states[i]);
+            if (!error) {
+                taken.push_back(states[i]);
             }
         }
-        if (!all) {
-            release();
-        }
-        return all;
+        std::erase_if(m_states, [&](uint16_t state) {
+            return key == m_key && std::find(taken.begin(), taken.end(), state) != taken.end();
+        });
+        release();
+        m_key = key;
+        m_states = std::move(taken);
+        return m_states.size() == states.size();
     }
 
     void release() {
@@ -107,13 +111,9 @@ OSStatus XcbHotKeys::registerEventHotKey(quint32 keyCode, quint32 modifiers, Eve
                                          EventTarget target, quint32 /*options*/,
                                          EventHotKeyRef& hotKey) {
     const std::optional<xcb_keycode_t> key = m_keyboard->keyCodeAt(static_cast<quint16>(keyCode));
-    const std::optional<uint16_t> state = modifierState(modifiers);
-    if (target != this || !key || !state) {
+    const std::vector<uint16_t> states = statesWith(modifiers);
+    if (target != this || !key || states.empty()) {
         return eventHotKeyInvalidErr;
-    }
-    std::vector<uint16_t> states = lockCombinations();
-    for (uint16_t& locks : states) {
-        locks |= *state;
     }
     auto grab = std::make_shared<Grab>(m_connection, keyCode, modifiers, id);
     if (!grab->take(*key, states)) {
@@ -179,13 +179,16 @@ void XcbHotKeys::pressed(Grab& grab) {
 }
 
 void XcbHotKeys::maskModifiers(quint32 modifiers) {
-    const std::vector<xcb_keycode_t>& controls = m_keyboard->controlKeys();
-    if ((modifiers & optionKey) == 0 || (modifiers & (controlKey | cmdKey)) != 0 ||
-        controls.empty()) {
+    if ((modifiers & optionKey) == 0 || (modifiers & (controlKey | cmdKey)) != 0) {
+        return;
+    }
+    const std::optional<xcb_keycode_t> mask =
+        m_keyboard->companionOf(m_keyboard->heldModifierKeys());
+    if (!mask) {
         return;
     }
     for (const uint8_t type : {uint8_t{XCB_KEY_PRESS}, uint8_t{XCB_KEY_RELEASE}}) {
-        xcb_test_fake_input(m_connection->get(), type, controls.front(), XCB_CURRENT_TIME,
+        xcb_test_fake_input(m_connection->get(), type, *mask, XCB_CURRENT_TIME,
                             m_connection->root(), 0, 0, 0);
     }
 }
@@ -222,18 +225,11 @@ void XcbHotKeys::regrab() {
         if (!grab) {
             continue;
         }
-        grab->release();
         const std::optional<xcb_keycode_t> key =
             m_keyboard->keyCodeAt(static_cast<quint16>(grab->m_virtualKey));
-        const std::optional<uint16_t> state = modifierState(grab->m_modifiers);
-        if (!key || !state) {
-            continue;
-        }
-        std::vector<uint16_t> states = lockCombinations();
-        for (uint16_t& locks : states) {
-            locks |= *state;
-        }
-        std::ignore = grab->take(*key, states);
+        // Where the map has no such key, or another client has it, the next map is awaited.
+        std::ignore = grab->take(key.value_or(grab->key()),
+                                 key ? statesWith(grab->m_modifiers) : std::vector<uint16_t>());
     }
 }
 
@@ -265,7 +261,11 @@ std::optional<uint16_t> XcbHotKeys::modifierState(quint32 modifiers) const {
     return modifiers == 0 ? std::optional(state) : std::nullopt;
 }
 
-std::vector<uint16_t> XcbHotKeys::lockCombinations() const {
+std::vector<uint16_t> XcbHotKeys::statesWith(quint32 modifiers) const {
+    const std::optional<uint16_t> state = modifierState(modifiers);
+    if (!state) {
+        return {};
+    }
     std::vector<uint16_t> locks{XCB_MOD_MASK_LOCK};
     for (const xkb_keysym_t keysym :
          {xkb_keysym_t{XKB_KEY_Num_Lock}, xkb_keysym_t{XKB_KEY_Scroll_Lock}}) {
@@ -274,13 +274,13 @@ std::vector<uint16_t> XcbHotKeys::lockCombinations() const {
             locks.push_back(bit);
         }
     }
-    std::vector<uint16_t> combinations{0};
+    std::vector<uint16_t> states{*state};
     for (const uint16_t lock : locks) {
-        for (size_t i = 0, count = combinations.size(); i < count; ++i) {
-            combinations.push_back(static_cast<uint16_t>(combinations[i] | lock));
+        for (size_t i = 0, count = states.size(); i < count; ++i) {
+            states.push_back(static_cast<uint16_t>(states[i] | lock));
         }
     }
-    return combinations;
+    return states;
 }
 
 } // namespace velmorin

@@ -37,14 +37,16 @@ private:
 
     void handleEvent(const xcb_generic_event_t& event);
     void pressed(Grab& grab);
-    /// Taps Control while Alt is still held. The application saw Alt go down and will see it come
-    /// up with nothing in between, which to Qt and Firefox means "open the menu bar".
+    /// Taps Control, or Shift, while Alt is still held. The application saw Alt go down and will
+    /// see it come up with nothing in between, which to Qt and Firefox means "open the menu bar".
     void maskModifiers(quint32 modifiers);
     void released(xcb_keycode_t key);
     void watchRelease(bool watch);
     void regrab();
     [[nodiscard]] std::optional<uint16_t> modifierState(quint32 modifiers) const;
-    [[nodiscard]] std::vector<uint16_t> lockCombinations() const;
+    /// The core states in which the modifiers are down: with every combination of the lock keys.
+    /// None when the keyboard does not have them all.
+    [[nodiscard]] std::vector<uint16_t> statesWith(quint32 modifiers) const;
 
     std::shared_ptr<XcbConnection> m_connection;
     std::shared_ptr<XcbKeyboard> m_keyboard;

@@ -88,8 +88,7 @@ xkb_keysym_t XcbKeyboard::keysymOf(xcb_keycode_t key, uint16_t state) const {
     if (!m_keymap) {
         return XKB_KEY_NoSymbol;
     }
-    const std::unique_ptr<xkb_state, void (*)(xkb_state*)> keys(xkb_state_new(m_keymap.get()),
-                                                                xkb_state_unref);
+    const StatePtr keys(xkb_state_new(m_keymap.get()));
     xkb_state_update_mask(keys.get(), state & 0xffU, 0, 0, 0, 0, state >> 13 & 3U);
     return xkb_state_key_get_one_sym(keys.get(), key);
 }
@@ -172,6 +171,46 @@ uint16_t XcbKeyboard::modifierMask(std::span<const xkb_keysym_t> keysyms) const 
     return 0;
 }
 
+std::optional<xcb_keycode_t>
+XcbKeyboard::companionOf(const std::vector<xcb_keycode_t>& held) const {
+    if (!m_keymap) {
+        return std::nullopt;
+    }
+    using Meaning = std::pair<xkb_mod_mask_t, xkb_layout_index_t>;
+    const auto meaningOf = [this, layout = activeLayout()](const std::vector<xcb_keycode_t>& keys) {
+        const StatePtr state(xkb_state_new(m_keymap.get()));
+        xkb_state_update_mask(state.get(), 0, 0, 0, 0, 0, layout);
+        for (const xcb_keycode_t key : keys) {
+            xkb_state_update_key(state.get(), key, XKB_KEY_DOWN);
+        }
+        return Meaning(xkb_state_serialize_mods(state.get(), XKB_STATE_MODS_EFFECTIVE),
+                       xkb_state_serialize_layout(state.get(), XKB_STATE_LAYOUT_EFFECTIVE));
+    };
+    const Meaning without = meaningOf(held);
+    std::vector<xcb_keycode_t> candidates = m_controlKeys;
+    candidates.insert(candidates.end(), shiftKeys().begin(), shiftKeys().end());
+    const auto found =
+        std::find_if(candidates.begin(), candidates.end(), [&](xcb_keycode_t candidate) {
+            std::vector<xcb_keycode_t> first = held;
+            std::vector<xcb_keycode_t> last = held;
+            first.insert(first.begin(), candidate);
+            last.push_back(candidate);
+            const Meaning with{without.first | meaningOf({candidate}).first, without.second};
+            return with.first != without.first && meaningOf(first) == with &&
+                   meaningOf(last) == with;
+        });
+    return found == candidates.end() ? std::nullopt : std::optional(*found);
+}
+
+bool XcbKeyboard::isCommandOn() const {
+    const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
+        m_connection->get(), xcb_xkb_get_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD),
+        nullptr));
+    const std::array alt{xkb_keysym_t{XKB_KEY_Alt_L}, xkb_keysym_t{XKB_KEY_Alt_R}};
+    return state && (state->mods & XCB_MOD_MASK_CONTROL) != 0 &&
+           (state->mods & modifierMask(alt)) == 0;
+}
+
 XcbKeyboard::Locks XcbKeyboard::locks() const {
     const std::array numLock{xkb_keysym_t{XKB_KEY_Num_Lock}};
     const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
@@ -198,6 +237,14 @@ XcbKeyboard::KeySet XcbKeyboard::pressedKeys() const {
         pressed[key] = (reply->keys[key / 8] >> (key % 8) & 1) != 0;
     }
     return pressed;
+}
+
+std::vector<xcb_keycode_t> XcbKeyboard::heldModifierKeys() const {
+    const KeySet pressed = pressedKeys();
+    std::vector<xcb_keycode_t> held;
+    std::copy_if(m_holdKeys.begin(), m_holdKeys.end(), std::back_inserter(held),
+                 [&](xcb_keycode_t key) { return pressed[key]; });
+    return held;
 }
 
 XcbKeyboard::KeySet XcbKeyboard::keysHeldOnDevices() const {

@@ -57,11 +57,20 @@ public:
     /// when there is none.
     [[nodiscard]] uint16_t modifierMask(std::span<const xkb_keysym_t> keysyms) const;
 
-    /// The keys that set modifiers as long as they are held: not the lock keys.
-    [[nodiscard]] const std::vector<xcb_keycode_t>& holdModifierKeys() const { return m_holdKeys; }
+    /// The keys that are held of those that set modifiers for as long: not the lock keys. One round
+    /// trip.
+    [[nodiscard]] std::vector<xcb_keycode_t> heldModifierKeys() const;
     [[nodiscard]] const std::vector<xcb_keycode_t>& shiftKeys() const { return m_modifierKeys[0]; }
     /// Those that set Control, the left one first.
     [[nodiscard]] const std::vector<xcb_keycode_t>& controlKeys() const { return m_controlKeys; }
+
+    /// A key that can be down while the modifiers `held` are pressed and let go, so that none of
+    /// them goes up alone: Control, or else Shift. None when each would mean something else
+    /// together with them, as where Control and Alt switch the layout.
+    [[nodiscard]] std::optional<xcb_keycode_t>
+    companionOf(const std::vector<xcb_keycode_t>& held) const;
+    /// Whether Control is on and Alt is not. One round trip.
+    [[nodiscard]] bool isCommandOn() const;
 
     /// What stays on when no key is held. The modifiers are bits, without Num Lock, which no letter
     /// minds.
@@ -92,7 +101,9 @@ private:
     struct XkbUnref {
         void operator()(xkb_context* context) const { xkb_context_unref(context); }
         void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
+        void operator()(xkb_state* state) const { xkb_state_unref(state); }
     };
+    using StatePtr = std::unique_ptr<xkb_state, XkbUnref>;
 
     void selectMapEvents();
     void loadMap();

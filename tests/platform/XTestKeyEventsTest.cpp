@@ -109,6 +109,40 @@ TEST_F(XTestKeyEventsTest, CommandIsControlAndNothingElse) {
     }
 }
 
+TEST_F(XTestKeyEventsTest, KeysThatSwitchTheLayoutTogetherAreNotPressedTogether) {
+    XcbHotKeys hotKeys(m_connection, m_keyboard);
+    EventHotKeyRef hotKey;
+    ASSERT_EQ(hotKeys.registerEventHotKey(kVK_Space, optionKey, {1, 1},
+                                          hotKeys.applicationEventTarget(), 0, hotKey),
+              noErr);
+    const auto setOptions = [](const char* options) {
+        return QProcess::execute(QStringLiteral("setxkbmap"),
+                                 {QStringLiteral("-layout"), QStringLiteral("us,ara"),
+                                  QStringLiteral("-option"), QString(), QStringLiteral("-option"),
+                                  QString::fromLatin1(options)});
+    };
+    for (const char* options :
+         {"grp:ctrl_alt_toggle", "grp:lctrl_lalt_toggle", "grp:alt_shift_toggle",
+          "grp:ctrl_alt_toggle,grp:alt_shift_toggle"}) {
+        SCOPED_TRACE(options);
+        ASSERT_EQ(setOptions(options), 0);
+        bool isNew = false;
+        const auto listener = m_keyboard->addMapListener([&] { isNew = true; });
+        ASSERT_TRUE(waitUntil([&] { return isNew; }));
+        m_user.down(test::keyAltLeft);
+        m_user.down(test::keySpace);
+        m_user.up(test::keySpace);
+        m_user.forget();
+        postCommand(kVK_ANSI_C);
+        EXPECT_TRUE(sawRelease(test::keyC));
+        EXPECT_EQ(stateAtPress(test::keyC), kControl);
+        EXPECT_EQ(m_user.held(), std::vector<int>{test::keyAltLeft});
+        m_user.up(test::keyAltLeft);
+        EXPECT_EQ(m_keyboard->locks(), XcbKeyboard::Locks{}) << "the layout is as it was";
+    }
+    EXPECT_EQ(setOptions(""), 0);
+}
+
 TEST_F(XTestKeyEventsTest, AKeyForAnotherWindowIsNotPressed) {
     const CGEventSourceRef source = m_keys.createSource(CGEventSourceStateID::hidSystem);
     m_user.down(test::keyAltLeft);
