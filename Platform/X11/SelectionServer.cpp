@@ -70,6 +70,29 @@ void SelectionServer::drop() {
     m_contents->clear();
 }
 
+void SelectionServer::handOver(const QDeadlineTimer& deadline) {
+    const xcb_atom_t manager = m_connection->atom("CLIPBOARD_MANAGER");
+    if (!text() || currentOwner() != m_connection->window() ||
+        ownerOf(manager) == XCB_WINDOW_NONE) {
+        return;
+    }
+    m_isForHistories = true; // the user's own text, whichever it is
+    const xcb_atom_t property = m_connection->atom("VELMORIN_SAVE");
+    const std::vector<xcb_atom_t> saved = targets(m_contents->back());
+    xcb_change_property(m_connection->get(), XCB_PROP_MODE_REPLACE, m_connection->window(),
+                        property, XCB_ATOM_ATOM, 32, static_cast<uint32_t>(saved.size()),
+                        saved.data());
+    xcb_convert_selection(m_connection->get(), m_connection->window(), manager,
+                          m_connection->atom("SAVE_TARGETS"), property, m_connection->serverTime());
+    // The manager's own requests are answered meanwhile.
+    std::ignore = m_connection->waitFor(
+        [&](const xcb_generic_event_t& event) {
+            return eventType(event) == XCB_SELECTION_NOTIFY &&
+                   eventAs<xcb_selection_notify_event_t>(event).selection == manager;
+        },
+        deadline);
+}
+
 std::optional<QString> SelectionServer::text() const {
     return m_contents->empty() ? std::nullopt : m_contents->back().text;
 }
@@ -84,9 +107,13 @@ void SelectionServer::forgetLater(xcb_timestamp_t replaced) {
 }
 
 xcb_window_t SelectionServer::currentOwner() const {
+    return ownerOf(m_selection);
+}
+
+xcb_window_t SelectionServer::ownerOf(xcb_atom_t selection) const {
     xcb_connection_t* c = m_connection->get();
     const XcbPtr<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_selection), nullptr));
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, selection), nullptr));
     return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
 }
 
@@ -206,7 +233,7 @@ std::optional<SelectionServer::Value> SelectionServer::valueAs(const Contents& c
     if (target == XCB_ATOM_STRING && isLatin1(*text)) {
         return Value{XCB_ATOM_STRING, 8, text->toLatin1()};
     }
-    if (target == m_atoms.hint) {
+    if (target == m_atoms.hint && !m_isForHistories) {
         return Value{target, 8, QByteArrayLiteral("secret")};
     }
     return std::nullopt;
@@ -215,8 +242,11 @@ std::optional<SelectionServer::Value> SelectionServer::valueAs(const Contents& c
 std::vector<xcb_atom_t> SelectionServer::targets(const Contents& contents) const {
     std::vector<xcb_atom_t> atoms{m_atoms.targets, m_atoms.timestamp, m_atoms.multiple};
     if (contents.text) {
-        atoms.insert(atoms.end(), {m_atoms.utf8String, m_atoms.utf8Plain, m_atoms.plain,
-                                   m_atoms.text, m_atoms.hint});
+        atoms.insert(atoms.end(),
+                     {m_atoms.utf8String, m_atoms.utf8Plain, m_atoms.plain, m_atoms.text});
+        if (!m_isForHistories) {
+            atoms.push_back(m_atoms.hint);
+        }
         if (isLatin1(*contents.text)) {
             atoms.push_back(XCB_ATOM_STRING);
         }

@@ -29,6 +29,11 @@ public:
     /// Forgets all texts and answers no more requests.
     void drop();
 
+    /// Gives the text to the session's clipboard manager (`SAVE_TARGETS` of the freedesktop.org
+    /// clipboard manager specification 0.1), so that it outlives this process. Returns when the
+    /// manager has it, at once without a manager or a text, and at `deadline` at the latest.
+    void handOver(const QDeadlineTimer& deadline);
+
     /// The text that is being served.
     [[nodiscard]] std::optional<QString> text() const;
 
@@ -61,6 +66,7 @@ private:
                                        xcb_atom_t property);
     [[nodiscard]] std::optional<Value> valueAs(const Contents& contents, xcb_atom_t target) const;
     [[nodiscard]] std::vector<xcb_atom_t> targets(const Contents& contents) const;
+    [[nodiscard]] xcb_window_t ownerOf(xcb_atom_t selection) const;
     void forgetLater(xcb_timestamp_t replaced);
 
     std::shared_ptr<XcbConnection> m_connection;
@@ -71,6 +77,7 @@ private:
         xcb_atom_t targets, timestamp, multiple, atomPair, utf8String, utf8Plain, plain, text, hint;
     } m_atoms;
 
+    bool m_isForHistories = false;
     uint32_t m_ownedSinceRequest = 0; // the sequence number of the request that made us the owner
     /// In their order in time; none while somebody else owns the selection.
     std::shared_ptr<std::vector<Contents>> m_contents = std::make_shared<std::vector<Contents>>();

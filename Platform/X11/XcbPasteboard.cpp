@@ -1,9 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/X11/XcbPasteboard.h"
 
+#include <QCoreApplication>
+
+#include <chrono>
+
 #include <xcb/xfixes.h>
 
 namespace velmorin {
+
+namespace {
+
+constexpr auto kHandOverLimit = std::chrono::seconds(1);
+
+} // namespace
 
 XcbPasteboard::XcbPasteboard(std::shared_ptr<XcbConnection> connection,
                              std::shared_ptr<MainQueue> queue)
@@ -13,6 +23,12 @@ XcbPasteboard::XcbPasteboard(std::shared_ptr<XcbConnection> connection,
     m_events = m_connection->addHandler(
         [this](const xcb_generic_event_t& event) { handleEvent(event); },
         [this](const xcb_generic_event_t& event) { return m_server.isAwaited(event); });
+    m_quit = QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit,
+                              [this] { m_server.handOver(QDeadlineTimer(kHandOverLimit)); });
+}
+
+XcbPasteboard::~XcbPasteboard() {
+    QObject::disconnect(m_quit);
 }
 
 std::optional<QString> XcbPasteboard::string(const QString& type) {

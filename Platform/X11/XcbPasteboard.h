@@ -13,10 +13,14 @@ namespace velmorin {
 /// an owner that does nothing.
 ///
 /// Emptied, it has an owner (us) but no contents: without an owner clipboard managers would put
-/// back what they remember. On a server without the XFixes extension the change count stays 0.
+/// back what they remember. A text that is there when the application quits is given to the
+/// clipboard manager, if there is one. On a server without the XFixes extension the change count
+/// stays 0.
 class XcbPasteboard : public Pasteboard {
 public:
     XcbPasteboard(std::shared_ptr<XcbConnection> connection, std::shared_ptr<MainQueue> queue);
+    ~XcbPasteboard() override;
+    Q_DISABLE_COPY_MOVE(XcbPasteboard)
 
     [[nodiscard]] std::optional<QString> string(const QString& type) override;
     qint64 clearContents() override;
@@ -35,6 +39,7 @@ private:
     std::optional<uint8_t> m_ownerChangeEvent;
     qint64 m_changeCount = 0;
     XcbConnection::Subscription m_events;
+    QMetaObject::Connection m_quit;
 };
 
 } // namespace velmorin

@@ -244,6 +244,70 @@ private:
     xcb_window_t m_window = makeWindow(*m_connection);
 };
 
+/// A clipboard manager on a thread of its own, which saves one text when it is asked to.
+class ClipboardManager {
+public:
+    ClipboardManager() : m_connection(XcbConnection::open()) {
+        xcb_set_selection_owner(m_connection->get(), m_connection->window(), m_manager,
+                                m_connection->serverTime());
+        m_connection->flush();
+        m_thread = std::thread([this] { save(); });
+    }
+    ~ClipboardManager() { m_thread.join(); }
+    Q_DISABLE_COPY_MOVE(ClipboardManager)
+
+    QByteArray saved() {
+        m_thread.join();
+        m_thread = std::thread([] {});
+        return m_saved;
+    }
+
+private:
+    [[nodiscard]] XcbEvent next(uint8_t type) const {
+        return m_connection->waitFor(
+            [type](const xcb_generic_event_t& event) { return eventType(event) == type; }, 10s);
+    }
+
+    void save() {
+        const XcbEvent asked = next(XCB_SELECTION_REQUEST);
+        if (!asked) {
+            return;
+        }
+        const auto& request = eventAs<xcb_selection_request_event_t>(*asked);
+        xcb_connection_t* c = m_connection->get();
+        xcb_convert_selection(c, m_connection->window(), m_connection->atom("CLIPBOARD"),
+                              m_connection->atom("UTF8_STRING"), m_property, XCB_CURRENT_TIME);
+        if (next(XCB_SELECTION_NOTIFY)) {
+            m_saved = m_connection->property(m_connection->window(), m_property, 1024).bytes;
+        }
+        const xcb_selection_notify_event_t done{XCB_SELECTION_NOTIFY,
+                                                0,
+                                                0,
+                                                request.time,
+                                                request.requestor,
+                                                request.selection,
+                                                request.target,
+                                                request.property};
+        char event[32] = {}; // the size of every event on the wire
+        std::memcpy(event, &done, sizeof done);
+        xcb_send_event(c, 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event);
+        m_connection->flush();
+    }
+
+    std::shared_ptr<XcbConnection> m_connection;
+    xcb_atom_t m_manager = m_connection->atom("CLIPBOARD_MANAGER");
+    xcb_atom_t m_property = m_connection->atom("SAVED");
+    QByteArray m_saved;
+    std::thread m_thread;
+};
+
+TEST_F(XcbPasteboardTest, ItsTextOutlivesTheProgramWhereThereIsAManager) {
+    set(QStringLiteral("the user's"));
+    ClipboardManager manager;
+    EXPECT_TRUE(QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit"));
+    EXPECT_EQ(manager.saved(), "the user's");
+}
+
 TEST_F(XcbPasteboardTest, AnswersSeveralTargetsInOneRequest) {
     set(QStringLiteral("ا"));
     Requestor client;
