@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/AtSpiBus.h"
 
-#include <QCoreApplication>
+#include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QDBusVariant>
-#include <QPointer>
 
 #include <algorithm>
 #include <chrono>
@@ -34,6 +33,10 @@ QDBusMessage busCall(const char* interface, const char* method) {
                                           latin1(method));
 }
 
+QDBusMessage statusQuestion() {
+    return busCall(kProperties, "Get") << latin1(kStatusInterface) << QStringLiteral("IsEnabled");
+}
+
 int milliseconds(std::chrono::milliseconds time) {
     return static_cast<int>(time.count());
 }
@@ -41,10 +44,15 @@ int milliseconds(std::chrono::milliseconds time) {
 } // namespace
 
 AtSpiBus::AtSpiBus() {
+    m_self->bus = this;
     startConnecting();
 }
 
 AtSpiBus::~AtSpiBus() {
+    {
+        const std::lock_guard guard(m_self->mutex);
+        m_self->bus = nullptr;
+    }
     dropBus();
 }
 
@@ -72,7 +80,8 @@ void AtSpiBus::enable() {
 }
 
 QDBusConnection AtSpiBus::session() const {
-    return m_session.value_or(QDBusConnection(QStringLiteral("velmorin-none")));
+    // Each name that is looked up waits for a connection that is being made.
+    return m_session ? *m_session : QDBusConnection(QStringLiteral("velmorin-none"));
 }
 
 QDBusMessage AtSpiBus::call(const QDBusMessage& message, const QDeadlineTimer& deadline) {
@@ -102,19 +111,12 @@ void AtSpiBus::startConnecting() {
     m_connecting = promise.get_future();
     // Detached, not joined: a bus daemon that hangs must not keep the program from ending.
     std::thread([promise = std::move(promise), session = m_session, name = m_busName,
-                 self = QPointer(this)]() mutable {
+                 self = m_self]() mutable {
         promise.set_value(connectBuses(std::move(session), name));
-        if (qApp == nullptr) {
-            return;
+        const std::lock_guard guard(self->mutex);
+        if (self->bus != nullptr) {
+            QMetaObject::invokeMethod(self->bus, &AtSpiBus::adopt, Qt::QueuedConnection);
         }
-        QMetaObject::invokeMethod(
-            qApp,
-            [self] {
-                if (self) {
-                    self->adopt();
-                }
-            },
-            Qt::QueuedConnection);
     }).detach();
 }
 
@@ -125,6 +127,7 @@ AtSpiBus::Connected AtSpiBus::connectBuses(std::optional<QDBusConnection> sessio
         QDBusConnection own = QDBusConnection::connectToBus(QDBusConnection::SessionBus,
                                                             QStringLiteral("velmorin-session"));
         if (!own.isConnected()) {
+            QDBusConnection::disconnectFromBus(QStringLiteral("velmorin-session"));
             return connected;
         }
         connected.session = std::move(own);
@@ -134,14 +137,13 @@ AtSpiBus::Connected AtSpiBus::connectBuses(std::optional<QDBusConnection> sessio
     if (!address.isValid() || address.value().isEmpty()) {
         return connected;
     }
-    QDBusMessage get = busCall(kProperties, "Get");
-    get << latin1(kStatusInterface) << QStringLiteral("IsEnabled");
     const QDBusReply<QDBusVariant> enabled =
-        connected.session->call(get, QDBus::Block, milliseconds(kSetUpTimeout));
+        connected.session->call(statusQuestion(), QDBus::Block, milliseconds(kSetUpTimeout));
     connected.enabled = enabled.isValid() && enabled.value().variant().toBool();
 
     QDBusConnection bus = QDBusConnection::connectToBus(address.value(), busName);
     if (!bus.isConnected()) {
+        QDBusConnection::disconnectFromBus(busName);
         return connected;
     }
     // Applications send only the events that somebody has asked for.
@@ -173,6 +175,9 @@ void AtSpiBus::adopt() {
     }
     m_enabled = connected.enabled;
     m_bus = std::move(connected.bus);
+    if (m_session) {
+        askStatus();
+    }
     if (!m_bus) {
         return;
     }
@@ -182,6 +187,18 @@ void AtSpiBus::adopt() {
     m_bus->connect(QString(), latin1(kLocalPath), latin1(kLocalInterface),
                    QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     Q_EMIT busConnected();
+}
+
+/// Asks again: it may have changed while the connection was being made.
+void AtSpiBus::askStatus() {
+    auto* watcher = new QDBusPendingCallWatcher(m_session->asyncCall(statusQuestion()), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const QDBusReply<QDBusVariant> enabled = *watcher;
+        if (enabled.isValid()) {
+            m_enabled = enabled.value().variant().toBool();
+        }
+    });
 }
 
 void AtSpiBus::waitUntilConnected(const QDeadlineTimer& deadline) {

@@ -9,6 +9,8 @@
 #include <QString>
 
 #include <future>
+#include <memory>
+#include <mutex>
 #include <optional>
 
 namespace velmorin {
@@ -68,12 +70,20 @@ private:
         bool enabled = false;
     };
 
+    /// For the connecting thread, which may end after the bus.
+    struct Self {
+        std::mutex mutex;
+        AtSpiBus* bus;
+    };
+
     static Connected connectBuses(std::optional<QDBusConnection> session, const QString& busName);
     void startConnecting();
     void adopt();
+    void askStatus();
     void waitUntilConnected(const QDeadlineTimer& deadline);
     void dropBus();
 
+    std::shared_ptr<Self> m_self = std::make_shared<Self>();
     std::optional<QDBusConnection> m_session;
     std::optional<QDBusConnection> m_bus;
     std::future<Connected> m_connecting;

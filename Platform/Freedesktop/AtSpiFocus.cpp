@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/AtSpiFocus.h"
 
+#include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusReply>
@@ -70,6 +71,8 @@ std::shared_ptr<AtSpiElement> AtSpiFocus::find(qint64 processId) {
         if (known.isSettled) {
             break;
         }
+        // What the applications have told since then waits for the event loop.
+        QCoreApplication::sendPostedEvents(&m_bus, QEvent::MetaCall);
     } while (!settled.hasExpired());
 
     std::shared_ptr<AtSpiElement> focused;
@@ -85,11 +88,16 @@ AtSpiFocus::Found AtSpiFocus::findAmongRecent(qint64 processId, const QDeadlineT
     bool anyFocused = false;
     bool anyUnfocused = false;
     for (const AtSpiAddress& address : m_recent) {
+        if (deadline.hasExpired()) {
+            break;
+        }
         if (processOf(address.service, deadline) != processId) {
             continue;
         }
         auto element = std::make_shared<AtSpiElement>(m_bus, address, processId);
-        element->askAhead({.states = true, .interfaces = true});
+        element->askAhead(
+            {.states = true, .interfaces = true},
+            std::min<std::chrono::nanoseconds>(kSettleLimit, deadline.remainingTimeAsDuration()));
         const std::optional<AtSpiStates> states = element->states();
         found.isHung = element->isHung();
         if (found.isHung) {

@@ -194,6 +194,11 @@ TEST_F(AtSpiAccessibilityTest, WhatWasTypedJustBeforeIsRead) {
     EXPECT_EQ(value.toString(), QStringLiteral("hello worlds"));
 }
 
+TEST_F(AtSpiAccessibilityTest, AFocusThatMovesWhileItIsLookedForIsFound) {
+    m_application.movesFocusWhenAsked = true;
+    EXPECT_NE(focused(), nullptr);
+}
+
 TEST_F(AtSpiAccessibilityTest, AnApplicationThatHangsIsGivenUp) {
     const AXUIElementRef element = focused();
     m_application.hangs = true;

@@ -20,6 +20,7 @@ namespace velmorin::test {
 class FakeAtSpiApplication : public QDBusVirtualObject {
 public:
     static constexpr char path[] = "/org/a11y/atspi/accessible/7";
+    static constexpr char otherPath[] = "/org/a11y/atspi/accessible/8";
 
     enum class Toolkit { gtk, qt };
     enum class Writes {
@@ -40,6 +41,7 @@ public:
     bool isEditable = true;
     bool isReadOnly = false;
     bool isFocused = true;
+    bool movesFocusWhenAsked = false; ///< To `otherPath`, by the question for the states of `path`.
     bool hasEditableText = true;
     std::atomic<bool> hangs = false;
     /// The method at whose call it begins to hang; empty for none.
@@ -75,9 +77,9 @@ public:
     }
 
     /// Tells the bus that the field has got the focus.
-    void emitFocused() {
+    void emitFocused(const char* field = path) {
         QDBusMessage signal = QDBusMessage::createSignal(
-            QString::fromLatin1(path), QStringLiteral("org.a11y.atspi.Event.Object"),
+            QString::fromLatin1(field), QStringLiteral("org.a11y.atspi.Event.Object"),
             QStringLiteral("StateChanged"));
         signal << QStringLiteral("focused") << 1 << 0 << QVariant::fromValue(QDBusVariant(0))
                << QVariantMap();
@@ -93,6 +95,10 @@ public:
         }
         while (hangs) {
             QThread::msleep(1);
+        }
+        if (movesFocusWhenAsked && message.member() == QStringLiteral("GetState")) {
+            isFocused = message.path() == QString::fromLatin1(otherPath);
+            emitFocused(otherPath);
         }
         const QVariant result = answer(message);
         if (message.member() == QStringLiteral("GetSelection")) {
