@@ -100,16 +100,15 @@ void takeBack(AtSpiElement& element, const Insertion& insertion,
     }
 }
 
-/// The same where the field has taken only the beginning of the text, or as much of something else.
-void takeBackOther(AtSpiElement& element, Insertion insertion, int added) {
-    const bool hasItsLength = added == insertion.length;
-    insertion.length = added;
-    std::optional<QString> both = added > 0 ? element.text(bothRange(insertion)) : std::nullopt;
-    if (!both || !both->endsWith(insertion.replaced)) {
+/// The same where the field has taken only the beginning of the text, or something else of its
+/// size.
+void takeBackOther(AtSpiElement& element, Insertion insertion, const QString& both) {
+    if (!both.endsWith(insertion.replaced)) {
         return;
     }
-    const QString inserted = both->chopped(insertion.replaced.size());
-    if (!inserted.isEmpty() && (hasItsLength || insertion.text.startsWith(inserted))) {
+    const QString inserted = both.chopped(insertion.replaced.size());
+    if (!inserted.isEmpty() &&
+        (inserted.size() == insertion.text.size() || insertion.text.startsWith(inserted))) {
         insertion.text = inserted;
         takeBack(element, insertion, both);
     }
@@ -128,17 +127,24 @@ AXError setSelectedText(AtSpiElement& element, const QString& text,
     if (!count || !replaced || (read && (read->range != *range || read->text != *replaced))) {
         return errorOf(element);
     }
-    const Insertion insertion{range->start, element.lengthOf(text), range->end - range->start, text,
-                              *replaced};
+    Insertion insertion{range->start, element.lengthOf(text), range->end - range->start, text,
+                        *replaced};
     unfinished = insertion;
     element.insertText(insertion.start, text,
                        {.characterCount = true, .text = bothRange(insertion)});
     const std::optional<int> grown = element.characterCount();
-    const std::optional<QString> both = element.text(bothRange(insertion));
+    std::optional<QString> both = element.text(bothRange(insertion));
     if (!grown || !both) {
         return errorOf(element);
     }
     const int added = *grown - *count;
+    const bool hasItselfReplaced =
+        added == insertion.length - insertion.replacedLength && both->startsWith(text);
+    if (both != text + *replaced && added > 0 && added != insertion.length) {
+        insertion.length = added; // in another unit, or not all of it
+        unfinished = insertion;
+        both = element.text(bothRange(insertion));
+    }
     if (both == text + *replaced) {
         const bool isReplaced =
             element.deleteText(replacedRange(insertion),
@@ -149,10 +155,12 @@ AXError setSelectedText(AtSpiElement& element, const QString& text,
             takeBack(element, insertion, element.text(bothRange(insertion)));
             return errorOf(element);
         }
-    } else if (added != insertion.length - insertion.replacedLength || !both->startsWith(text)) {
-        takeBackOther(element, insertion, added);
+    } else if (!hasItselfReplaced) {
+        if (added > 0 && both) {
+            takeBackOther(element, insertion, *both);
+        }
         return errorOf(element);
-    } // else the application has itself replaced the selection
+    }
     element.setCaretOffset(insertedRange(insertion).end);
     return AXError::success;
 }

@@ -110,6 +110,21 @@ TEST_F(AtSpiAccessibilityTest, AWriteIsASuccessOnlyWhenTheFieldHoldsIt) {
     }
 }
 
+TEST_F(AtSpiAccessibilityTest, WhatLooksInsertedAndIsNotIsLeftAlone) {
+    m_application.writes = Writes::acceptedOnly;
+    m_application.setText(QStringLiteral("hahahaha"), 0, 2);
+    EXPECT_NE(set(focused(), kAXSelectedTextAttribute, QStringLiteral("xx")), AXError::success);
+    EXPECT_EQ(m_application.text(), QStringLiteral("hahahaha"));
+}
+
+TEST_F(AtSpiAccessibilityTest, AnApplicationMayCountInUtf16) {
+    const QString smile = QStringLiteral("\U0001F600");
+    m_application.setText(QStringLiteral("hello ") + smile + QStringLiteral("x!"), 6, 9);
+    EXPECT_EQ(set(focused(), kAXSelectedTextAttribute, smile + QStringLiteral("\u0621")),
+              AXError::success);
+    EXPECT_EQ(m_application.text(), QStringLiteral("hello ") + smile + QStringLiteral("\u0621!"));
+}
+
 TEST_F(AtSpiAccessibilityTest, AWriteThatIsAnsweredTooLateIsNotLeftHalfDone) {
     const QString hello = QStringLiteral("hello world");
     const QString arabic = QStringLiteral("\u0647\u062B\u0643");

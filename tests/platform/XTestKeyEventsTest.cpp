@@ -32,6 +32,21 @@ protected:
         }
     }
 
+    void registerHotKey() {
+        m_hotKeys = std::make_unique<XcbHotKeys>(m_connection, m_keyboard);
+        ASSERT_EQ(m_hotKeys->registerEventHotKey(kVK_Space, optionKey, {1, 1},
+                                                 m_hotKeys->applicationEventTarget(), 0, m_hotKey),
+                  noErr);
+    }
+
+    static void setLayouts(const char* layouts, const char* options = "") {
+        ASSERT_EQ(QProcess::execute(QStringLiteral("setxkbmap"),
+                                    {QStringLiteral("-layout"), QString::fromLatin1(layouts),
+                                     QStringLiteral("-option"), QString(),
+                                     QStringLiteral("-option"), QString::fromLatin1(options)}),
+                  0);
+    }
+
     /// Waits until the window saw `key` come up.
     [[nodiscard]] bool sawRelease(xcb_keycode_t key) {
         return waitUntil([&] {
@@ -53,6 +68,8 @@ protected:
     std::shared_ptr<XcbConnection> m_connection = XcbConnection::open();
     std::shared_ptr<XcbKeyboard> m_keyboard = std::make_shared<XcbKeyboard>(m_connection);
     XTestKeyEvents m_keys{m_connection, m_keyboard};
+    std::unique_ptr<XcbHotKeys> m_hotKeys;
+    EventHotKeyRef m_hotKey;
     XUser m_user;
 };
 
@@ -110,25 +127,16 @@ TEST_F(XTestKeyEventsTest, CommandIsControlAndNothingElse) {
 }
 
 TEST_F(XTestKeyEventsTest, KeysThatSwitchTheLayoutTogetherAreNotPressedTogether) {
-    XcbHotKeys hotKeys(m_connection, m_keyboard);
-    EventHotKeyRef hotKey;
-    ASSERT_EQ(hotKeys.registerEventHotKey(kVK_Space, optionKey, {1, 1},
-                                          hotKeys.applicationEventTarget(), 0, hotKey),
-              noErr);
-    const auto setOptions = [](const char* options) {
-        return QProcess::execute(QStringLiteral("setxkbmap"),
-                                 {QStringLiteral("-layout"), QStringLiteral("us,ara"),
-                                  QStringLiteral("-option"), QString(), QStringLiteral("-option"),
-                                  QString::fromLatin1(options)});
-    };
+    registerHotKey();
     for (const char* options :
          {"grp:ctrl_alt_toggle", "grp:lctrl_lalt_toggle", "grp:alt_shift_toggle",
           "grp:ctrl_alt_toggle,grp:alt_shift_toggle"}) {
         SCOPED_TRACE(options);
-        ASSERT_EQ(setOptions(options), 0);
         bool isNew = false;
         const auto listener = m_keyboard->addMapListener([&] { isNew = true; });
+        setLayouts("us,ara", options);
         ASSERT_TRUE(waitUntil([&] { return isNew; }));
+        m_user.takeFocus();
         m_user.down(test::keyAltLeft);
         m_user.down(test::keySpace);
         m_user.up(test::keySpace);
@@ -140,7 +148,7 @@ TEST_F(XTestKeyEventsTest, KeysThatSwitchTheLayoutTogetherAreNotPressedTogether)
         m_user.up(test::keyAltLeft);
         EXPECT_EQ(m_keyboard->locks(), XcbKeyboard::Locks{}) << "the layout is as it was";
     }
-    EXPECT_EQ(setOptions(""), 0);
+    setLayouts("us,ara");
 }
 
 TEST_F(XTestKeyEventsTest, AKeyForAnotherWindowIsNotPressed) {
@@ -165,11 +173,7 @@ TEST_F(XTestKeyEventsTest, AKeyForAnotherWindowIsNotPressed) {
 }
 
 TEST_F(XTestKeyEventsTest, KeysGoToTheFocusedWindowWhileTheHotkeyIsHeld) {
-    XcbHotKeys hotKeys(m_connection, m_keyboard);
-    EventHotKeyRef hotKey;
-    ASSERT_EQ(hotKeys.registerEventHotKey(kVK_Space, optionKey, {1, 1},
-                                          hotKeys.applicationEventTarget(), 0, hotKey),
-              noErr);
+    registerHotKey();
     m_user.down(test::keyAltLeft);
     m_user.down(test::keySpace);
     postCommand(kVK_ANSI_A);
@@ -195,18 +199,14 @@ TEST_F(XTestKeyEventsTest, TheLetterDecidesWhereALayoutHasMovedIt) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.layouts);
-        ASSERT_EQ(QProcess::execute(QStringLiteral("setxkbmap"),
-                                    {QStringLiteral("-layout"), QString::fromLatin1(row.layouts)}),
-                  0);
+        setLayouts(row.layouts);
         EXPECT_TRUE(
             waitUntil([&] { return m_keyboard->shortcutKeyCode(row.virtualKey) == row.key; }));
     }
 }
 
 TEST_F(XTestKeyEventsTest, WithoutALatinLayoutTheLetterHasAKeyForTheMoment) {
-    ASSERT_EQ(QProcess::execute(QStringLiteral("setxkbmap"),
-                                {QStringLiteral("-layout"), QStringLiteral("ara")}),
-              0);
+    setLayouts("ara");
     ASSERT_TRUE(waitUntil([&] { return !m_keyboard->shortcutKeyCode(kVK_ANSI_A); }));
     postCommand(kVK_ANSI_A);
     std::optional<xcb_keycode_t> key;
@@ -218,8 +218,7 @@ TEST_F(XTestKeyEventsTest, WithoutALatinLayoutTheLetterHasAKeyForTheMoment) {
     EXPECT_EQ(stateAtPress(*key), kControl);
     EXPECT_TRUE(waitUntil([&] { return !m_keyboard->shortcutKeyCode(kVK_ANSI_A); }))
         << "the keyboard map is as it was";
-    std::ignore = QProcess::execute(QStringLiteral("setxkbmap"),
-                                    {QStringLiteral("-layout"), QStringLiteral("us,ara")});
+    setLayouts("us,ara");
 }
 
 TEST_F(XTestKeyEventsTest, AKeyThatIsNeverReleasedDoesNotFreezeTheDesktop) {

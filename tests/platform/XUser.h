@@ -65,8 +65,7 @@ public:
         const XcbEvent exposed =
             m_connection->waitFor([](const auto& event) { return eventType(event) == XCB_EXPOSE; },
                                   std::chrono::seconds(10));
-        xcb_set_input_focus(c(), XCB_INPUT_FOCUS_PARENT, m_window, XCB_CURRENT_TIME);
-        m_connection->flush();
+        takeFocus();
         m_events = m_connection->addHandler([this](const xcb_generic_event_t& event) {
             const uint8_t type = eventType(event);
             if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
@@ -75,6 +74,25 @@ public:
                     {type == XCB_KEY_PRESS, key.detail, static_cast<uint16_t>(key.state & 0xffU)});
             }
         });
+    }
+
+    /// Has the keyboard focus, once the window manager has done what it had to do before: openbox
+    /// takes the focus to itself when the keyboard map changes.
+    void takeFocus() {
+        const xcb_atom_t extents = m_connection->atom("_NET_FRAME_EXTENTS");
+        xcb_delete_property(c(), m_window, extents);
+        xcb_client_message_event_t request{};
+        request.response_type = XCB_CLIENT_MESSAGE;
+        request.format = 32;
+        request.window = m_window;
+        request.type = m_connection->atom("_NET_REQUEST_FRAME_EXTENTS");
+        xcb_send_event(c(), 0, root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                       reinterpret_cast<const char*>(&request));
+        std::ignore = waitUntil(
+            [&] { return m_connection->property(m_window, extents, 16).type != XCB_ATOM_NONE; });
+        xcb_set_input_focus(c(), XCB_INPUT_FOCUS_PARENT, m_window, XCB_CURRENT_TIME);
+        m_connection->flush();
     }
 
     void down(xcb_keycode_t key) { fake(XCB_KEY_PRESS, key); }

@@ -186,40 +186,33 @@ TEST(ClipboardFlip, AnotherWindowGetsNoKeys) {
     }
 }
 
-TEST(ClipboardFlip, WhatAnotherApplicationCopiesInTheWindowIsConverted) {
-    FlipFixture f;
-    f.fieldCopies = false;
-    f.delegate->clipboardFlip(FlipMode::auto_);
-    f.platform.mainQueue->advance(319ms);
-    f.platform.pasteboard->copyElsewhere(hello);
-    f.platform.mainQueue->runUntilIdle();
-    EXPECT_EQ(f.messages(), pasted);
-    EXPECT_EQ(f.field, helloInArabic);
-}
-
-TEST(ClipboardFlip, ACopyThatComesTooLateIsLeftAlone) {
-    FlipFixture f;
-    f.fieldCopies = false;
-    f.field = hello;
-    f.delegate->clipboardFlip(FlipMode::auto_);
-    f.platform.mainQueue->advance(321ms);
-    f.platform.pasteboard->copyElsewhere(hello);
-    f.platform.mainQueue->runUntilIdle();
-    EXPECT_EQ(f.messages(), nothingCopied);
-    EXPECT_EQ(f.field, hello);
-    EXPECT_EQ(f.clipboard(), hello);
-}
-
-TEST(ClipboardFlip, ACopyOfNoTextIsNoCopy) {
-    for (const std::optional<QString>& copied : {std::optional(QString()), {}}) {
+TEST(ClipboardFlip, TheCopyIsWhatIsThereInTheEnd) {
+    struct Case {
+        const char* name;
+        std::chrono::milliseconds copiedAt;
+        std::optional<QString> copied;
+        Messages lines;
+        QString fieldAfter;
+        std::optional<QString> clipboardAfter;
+    };
+    const Case cases[] = {
+        {"from another application", 319ms, hello, pasted, helloInArabic, helloInArabic},
+        {"too late", 321ms, hello, nothingCopied, hello, hello},
+        {"empty text", 200ms, QString(), nothingCopied, hello, QString()},
+        {"no text", 200ms, {}, nothingCopied, hello, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         FlipFixture f;
         f.fieldCopies = false;
+        f.field = hello;
         f.delegate->clipboardFlip(FlipMode::auto_);
-        f.platform.mainQueue->advance(200ms);
-        f.platform.pasteboard->copyElsewhere(copied);
+        f.platform.mainQueue->advance(c.copiedAt);
+        f.platform.pasteboard->copyElsewhere(c.copied);
         f.platform.mainQueue->runUntilIdle();
-        EXPECT_EQ(f.messages(), nothingCopied);
-        EXPECT_EQ(f.clipboard(), copied);
+        EXPECT_EQ(f.messages(), c.lines);
+        EXPECT_EQ(f.field, c.fieldAfter);
+        EXPECT_EQ(f.clipboard(), c.clipboardAfter);
     }
 }
 
