@@ -72,7 +72,8 @@ uint8_t XcbConnection::firstEvent(xcb_extension_t* extension) const {
 }
 
 XcbConnection::Subscription XcbConnection::addHandler(Handler handler, Matcher isUrgent) {
-    auto kept = std::make_shared<const Registered>(std::move(handler), std::move(isUrgent));
+    auto kept =
+        std::make_shared<const Registered>(Registered{std::move(handler), std::move(isUrgent)});
     m_handlers.push_back(kept);
     return kept;
 }
