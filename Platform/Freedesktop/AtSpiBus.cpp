@@ -10,6 +10,8 @@
 #include <limits>
 #include <thread>
 
+#include <dbus/dbus.h>
+
 namespace velmorin {
 
 using namespace std::chrono_literals;
@@ -39,6 +41,31 @@ QDBusMessage statusQuestion() {
 
 int milliseconds(std::chrono::milliseconds time) {
     return static_cast<int>(time.count());
+}
+
+/// Whether the bus lets us in. QtDBus makes every connection on one thread, on which all else waits
+/// for its answers; a daemon that hangs must hang this thread only.
+bool answers(const QString& address) {
+    dbus_threads_init_default();
+    DBusConnection* connection =
+        dbus_connection_open_private(address.toUtf8().constData(), nullptr);
+    if (connection == nullptr) {
+        return false;
+    }
+    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    // Not dbus_bus_register(), which holds a lock that every other connection needs.
+    DBusMessage* hello = dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
+                                                      DBUS_INTERFACE_DBUS, "Hello");
+    DBusMessage* reply = dbus_connection_send_with_reply_and_block(
+        connection, hello, milliseconds(kSetUpTimeout), nullptr);
+    const bool isAnswered = reply != nullptr;
+    if (reply != nullptr) {
+        dbus_message_unref(reply);
+    }
+    dbus_message_unref(hello);
+    dbus_connection_close(connection);
+    dbus_connection_unref(connection);
+    return isAnswered;
 }
 
 } // namespace
@@ -106,7 +133,7 @@ void AtSpiBus::startConnecting() {
     if (m_connecting.valid()) {
         return;
     }
-    m_busName = QStringLiteral("velmorin-a11y-%1").arg(++m_connectionNumber);
+    m_busName = QStringLiteral("velmorin-a11y-%1").arg(++s_connections);
     std::promise<Connected> promise;
     m_connecting = promise.get_future();
     // Detached, not joined: a bus daemon that hangs must not keep the program from ending.
@@ -134,7 +161,7 @@ AtSpiBus::Connected AtSpiBus::connectBuses(std::optional<QDBusConnection> sessio
     }
     const QDBusReply<QString> address = connected.session->call(
         busCall(kBusService, "GetAddress"), QDBus::Block, milliseconds(kSetUpTimeout));
-    if (!address.isValid() || address.value().isEmpty()) {
+    if (!address.isValid() || !answers(address.value())) {
         return connected;
     }
     const QDBusReply<QDBusVariant> enabled =

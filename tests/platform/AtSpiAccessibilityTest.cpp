@@ -5,6 +5,8 @@
 #include "tests/platform/FakeAtSpiApplication.h"
 #include "tests/platform/XUser.h"
 
+#include <QElapsedTimer>
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -226,19 +228,39 @@ TEST_F(AtSpiAccessibilityTest, AnApplicationThatHangsIsGivenUp) {
     EXPECT_TRUE(waitUntil([&] { return focused() != nullptr; }));
 }
 
-TEST_F(AtSpiAccessibilityTest, ComesBackAfterTheBusWasLost) {
+/// The process of the accessibility bus.
+pid_t busDaemon() {
+    const QString name = QStringLiteral("killer");
     const QDBusReply<QString> address =
         QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
             QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
             QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress")));
-    QDBusConnection bus = QDBusConnection::connectToBus(address.value(), QStringLiteral("killer"));
-    const QDBusReply<uint> daemon =
-        bus.interface()->servicePid(QStringLiteral("org.freedesktop.DBus"));
-    ASSERT_TRUE(daemon.isValid());
-    ASSERT_EQ(::kill(static_cast<pid_t>(daemon.value()), SIGKILL), 0);
+    const QDBusReply<uint> daemon = QDBusConnection::connectToBus(address.value(), name)
+                                        .interface()
+                                        ->servicePid(QStringLiteral("org.freedesktop.DBus"));
+    EXPECT_TRUE(daemon.isValid());
+    QDBusConnection::disconnectFromBus(name);
+    return static_cast<pid_t>(daemon.value());
+}
+
+TEST_F(AtSpiAccessibilityTest, ABusThatHangsKeepsNothingElseWaiting) {
+    const pid_t daemon = busDaemon();
+    ASSERT_EQ(::kill(daemon, SIGSTOP), 0);
+    QElapsedTimer elapsed;
+    elapsed.start();
+    AtSpiAccessibility other(m_activeWindow);
+    EXPECT_FALSE(other.isProcessTrusted());
+    EXPECT_FALSE(QDBusConnection::sessionBus().interface()->isServiceRegistered(
+        QStringLiteral("org.velmorin.Nobody")));
+    EXPECT_LT(elapsed.elapsed(), 5000); // libdbus left to itself waits for 25 seconds
+    ASSERT_EQ(::kill(daemon, SIGCONT), 0);
+    EXPECT_TRUE(waitUntil([&] { return other.isProcessTrusted(); }));
+}
+
+TEST_F(AtSpiAccessibilityTest, ComesBackAfterTheBusWasLost) {
+    ASSERT_EQ(::kill(busDaemon(), SIGKILL), 0);
     EXPECT_TRUE(waitUntil([&] { return focused() == nullptr; }));
     EXPECT_TRUE(waitUntil([&] { return m_accessibility.isProcessTrusted(); }));
-    QDBusConnection::disconnectFromBus(QStringLiteral("killer"));
 }
 
 } // namespace
