@@ -2,6 +2,7 @@
 """Drives a desktop as a user would: starts Velmorin and editors, presses keys, and reads the
 editors' texts from the editors themselves. Everything waits for conditions, with a bound."""
 
+import contextlib
 import ctypes
 import os
 import re
@@ -56,6 +57,35 @@ def active_window():
     return xdotool("getactivewindow", "getwindowname")
 
 
+def start_quietly(command, **options):
+    """A process that says nothing."""
+    nothing = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+    return subprocess.Popen(command, **{**nothing, **options})
+
+
+def session_processes(session):
+    """The numbers of all processes of a session."""
+    for process in map(int, filter(str.isdigit, os.listdir("/proc"))):
+        try:
+            if os.getsid(process) == session:
+                yield process
+        except ProcessLookupError:
+            pass
+
+
+def used_ticks(process):
+    """The processor time that a process has used."""
+    with open(f"/proc/{process}/stat", encoding="utf-8", errors="replace") as file:
+        fields = file.read().rsplit(")", 1)[1].split()
+    return int(fields[11]) + int(fields[12])
+
+
+def log_time(line):
+    """The time stamp of a line of the log, in milliseconds."""
+    hours, minutes, seconds = line[1:].split("]")[0].split(":")
+    return (int(hours) * 60 + int(minutes)) * 60000 + float(seconds) * 1000
+
+
 class X:
     """The few questions to the X server that xdotool does not ask."""
 
@@ -63,21 +93,26 @@ class X:
     lib.XOpenDisplay.restype = ctypes.c_void_p
 
     @classmethod
+    @contextlib.contextmanager
+    def display(cls):
+        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
+        yield display
+        cls.lib.XSync(display, 0)
+        cls.lib.XCloseDisplay(display)
+
+    @classmethod
     def held_keys(cls):
         """The key codes that are down."""
-        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
         keys = (ctypes.c_char * 32)()
-        cls.lib.XQueryKeymap(display, keys)
-        cls.lib.XCloseDisplay(display)
+        with cls.display() as display:
+            cls.lib.XQueryKeymap(display, keys)
         return [i for i in range(256) if keys[i // 8][0] >> (i % 8) & 1]
 
     @classmethod
     def lock_group(cls, group):
         """Makes the keyboard's n-th layout the active one."""
-        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
-        cls.lib.XkbLockGroup(display, 0x100, group)
-        cls.lib.XSync(display, 0)
-        cls.lib.XCloseDisplay(display)
+        with cls.display() as display:
+            cls.lib.XkbLockGroup(display, 0x100, group)
 
     @classmethod
     def grab_keyboard(cls):
@@ -96,11 +131,9 @@ class X:
     @classmethod
     def disown_clipboard(cls):
         """Leaves the clipboard with no owner."""
-        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
-        clipboard = cls.lib.XInternAtom(display, b"CLIPBOARD", 0)
-        cls.lib.XSetSelectionOwner(display, clipboard, 0, 0)
-        cls.lib.XSync(display, 0)
-        cls.lib.XCloseDisplay(display)
+        with cls.display() as display:
+            clipboard = cls.lib.XInternAtom(display, b"CLIPBOARD", 0)
+            cls.lib.XSetSelectionOwner(display, clipboard, 0, 0)
 
     class ClientMessage(ctypes.Structure):
         _fields_ = [
@@ -118,14 +151,12 @@ class X:
     @classmethod
     def close(cls, window):
         """Asks the window manager to close a window, as its close button does."""
-        display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
-        name = cls.lib.XInternAtom(display, b"_NET_CLOSE_WINDOW", 0)
-        message = cls.ClientMessage(type=33, window=int(window), message_type=name, format=32)
-        root = cls.lib.XDefaultRootWindow(display)
-        redirect = 1 << 20 | 1 << 19  # SubstructureRedirectMask, SubstructureNotifyMask
-        cls.lib.XSendEvent(display, root, 0, redirect, ctypes.byref(message))
-        cls.lib.XSync(display, 0)
-        cls.lib.XCloseDisplay(display)
+        with cls.display() as display:
+            name = cls.lib.XInternAtom(display, b"_NET_CLOSE_WINDOW", 0)
+            message = cls.ClientMessage(type=33, window=int(window), message_type=name, format=32)
+            root = cls.lib.XDefaultRootWindow(display)
+            redirect = 1 << 20 | 1 << 19  # SubstructureRedirectMask, SubstructureNotifyMask
+            cls.lib.XSendEvent(display, root, 0, redirect, ctypes.byref(message))
 
 
 class Velmorin:
@@ -203,21 +234,9 @@ class Velmorin:
 
     def elements(self, role=None):
         """What is on the accessibility bus of the program's window, depth first."""
-
-        def walk(element):
-            if element is None:
-                return
+        for element in accessible_elements(self.process.pid):
             if role in (None, element.get_role_name()):
                 yield element
-            for index in range(element.get_child_count()):
-                yield from walk(element.get_child_at_index(index))
-
-        desktop = Atspi.get_desktop(0)
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            if application and application.get_process_id() == self.process.pid:
-                application.clear_cache()
-                yield from walk(application)
 
     def element(self, role, name):
         """The first one of that role and name."""
@@ -256,37 +275,37 @@ class Velmorin:
         return self.errors
 
 
-def accessible_text(process_id):
-    """The text of the focused text field of a process, as the accessibility bus tells; or None."""
-    Atspi.get_desktop(0).clear_cache()
+def accessible_elements(process_id):
+    """What a process has on the accessibility bus, depth first."""
 
-    def search(element, depth):
-        try:
-            element.clear_cache_single()
-        except AttributeError:
+    def walk(element):
+        if element:
             element.clear_cache()
-        states = element.get_state_set()
-        if states.contains(Atspi.StateType.FOCUSED) and "Text" in element.get_interfaces():
-            return element
-        if depth == 0:
-            return None
-        for index in range(element.get_child_count()):
-            child = element.get_child_at_index(index)
-            found = child and search(child, depth - 1)
-            if found:
-                return found
-        return None
+            yield element
+            for index in range(element.get_child_count()):
+                yield from walk(element.get_child_at_index(index))
 
     desktop = Atspi.get_desktop(0)
     for index in range(desktop.get_child_count()):
         try:
             application = desktop.get_child_at_index(index)
-            if application and application.get_process_id() == process_id:
-                found = search(application, 12)
-                if found:
-                    return Atspi.Text.get_text(found, 0, Atspi.Text.get_character_count(found))
+            is_it = application and application.get_process_id() == process_id
         except GLib.Error:
-            pass
+            continue  # one that has just ended
+        if is_it:
+            yield from walk(application)
+
+
+def accessible_text(process_id):
+    """The text of the focused text field of a process, as the accessibility bus tells; or None."""
+    Atspi.get_desktop(0).clear_cache()
+    try:
+        for element in accessible_elements(process_id):
+            is_focused = element.get_state_set().contains(Atspi.StateType.FOCUSED)
+            if is_focused and "Text" in element.get_interfaces():
+                return Atspi.Text.get_text(element, 0, Atspi.Text.get_character_count(element))
+    except GLib.Error:
+        pass
     return None
 
 
@@ -294,13 +313,8 @@ class Application:
     """A running application with a text field that has the focus."""
 
     def __init__(self, command, title, environment=None):
-        self.process = subprocess.Popen(
-            command,
-            env={**os.environ, **(environment or {})},
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-            start_new_session=True,
-        )
+        environment = {**os.environ, **(environment or {})}
+        self.process = start_quietly(command, env=environment, start_new_session=True)
         wait_until(lambda: title in active_window(), f"the window {title}")
         self.window = xdotool("getactivewindow")
 
@@ -329,33 +343,35 @@ class Application:
             raise AssertionError(f"the field holds {self.text()!r}, not {text!r}") from None
 
 
-class AccessibleEditor(Application):
+class Editor(Application):
     """Mousepad, a GTK 3 editor."""
 
+    ENVIRONMENT = {}
+
     def __init__(self, path, text=""):
+        self.path = path
         with open(path, "w", encoding="utf-8") as file:
             file.write(text)
-        super().__init__(["mousepad", "--disable-server", path], os.path.basename(path))
+        command = ["mousepad", "--disable-server", path]
+        super().__init__(command, os.path.basename(path), self.ENVIRONMENT)
+
+
+class AccessibleEditor(Editor):
+    def __init__(self, path, text=""):
+        super().__init__(path, text)
         wait_until(lambda: self.text() is not None, "the editor on the accessibility bus")
 
     def text(self):
         return accessible_text(self.process.pid)
 
 
-class InaccessibleEditor(Application):
+class InaccessibleEditor(Editor):
     """The same editor without its accessibility bridge. It is read by saving its file."""
 
     ENVIRONMENT = {"NO_AT_BRIDGE": "1", "GTK_A11Y": "none"}
 
     def __init__(self, path, text=""):
-        self.path = path
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(text)
-        super().__init__(
-            ["mousepad", "--disable-server", path],
-            os.path.basename(path),
-            self.ENVIRONMENT,
-        )
+        super().__init__(path, text)
         # The window is there before it listens: a key that it answers shows that it does.
         wait_until(self.answers, "the editor to take keys")
         self.keys(*["BackSpace"] * (len(self.text()) - len(text)))
@@ -389,7 +405,7 @@ import sys
 from PyQt6.QtWidgets import QApplication, QLineEdit, QMainWindow
 application = QApplication(sys.argv)
 window = QMainWindow()
-window.setWindowTitle("A Qt 6 field")
+window.setWindowTitle("A field")
 window.menuBar().addMenu("&File").addAction("&Open")
 field = QLineEdit(sys.argv[1])
 field.setMaxLength(2000000)
@@ -400,7 +416,7 @@ sys.exit(application.exec())
 """
 
     def __init__(self, text=""):
-        super().__init__(["/usr/bin/python3", "-c", self.PROGRAM, text], "A Qt 6 field")
+        super().__init__(["/usr/bin/python3", "-c", self.PROGRAM, text], "A field")
         wait_until(lambda: self.text() is not None, "the field on the accessibility bus")
 
     def text(self):
@@ -411,19 +427,22 @@ class Clipboard:
     """The clipboard, through another program."""
 
     @staticmethod
-    def set(text, wait=True):
-        """Gives the process that owns it, until someone else does."""
-        process = subprocess.Popen(
-            ["xclip", "-quiet", "-selection", "clipboard"],
-            stdin=subprocess.PIPE,
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-            text=True,
-        )
-        process.stdin.write(text)
+    def set(contents, wait=True):
+        """A text, or the bytes of an image. Gives the process that owns it, until someone else
+        does."""
+        is_text = isinstance(contents, str)
+        command = ["xclip", "-quiet", "-selection", "clipboard"]
+        if not is_text:
+            command += ["-t", "image/png"]
+        process = start_quietly(command, stdin=subprocess.PIPE)
+        process.stdin.write(contents.encode() if is_text else contents)
         process.stdin.close()
         if wait:
-            wait_until(lambda: Clipboard.get() == text, "the clipboard to be owned")
+            wait_until(
+                lambda: Clipboard.get() == contents if is_text
+                else "image/png" in Clipboard.targets(),
+                "the clipboard to be owned",
+            )  # fmt: skip
         return process
 
     @staticmethod
@@ -508,19 +527,13 @@ class StatusNotifierHost:
 
     def _run(self):
         self.context.push_thread_default()
-        self.bus = Gio.DBusConnection.new_for_address_sync(
-            os.environ["DBUS_SESSION_BUS_ADDRESS"],
-            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION,
-            None,
-            None,
-        )
+        self.bus = Bus.session()
         interface = Gio.DBusNodeInfo.new_for_xml(self.INTERFACE).interfaces[0]
-        self.bus.register_object(
+        self.bus.connection.register_object(
             "/StatusNotifierWatcher", interface, self._called, self._get, None
         )
-        self._call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                   "RequestName", GLib.Variant("(su)", (self.NAME, 0)))  # fmt: skip
+        self.bus.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                      "RequestName", GLib.Variant("(su)", (self.NAME, 0)))  # fmt: skip
         self.ready.set()
         self.loop.run()
 
@@ -537,16 +550,11 @@ class StatusNotifierHost:
             "ProtocolVersion": GLib.Variant("i", 0),
         }[name]
 
-    def _call(self, name, path, interface, method, arguments):
-        return self.bus.call_sync(
-            name, path, interface, method, arguments, None, Gio.DBusCallFlags.NONE, 10000, None
-        )
-
     def _property(self, item, name):
         arguments = GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", name))
-        return self._call(
+        return self.bus.call(
             item, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get", arguments
-        ).unpack()[0]
+        )[0]
 
     def item(self):
         """The bus name of the icon that has registered itself, or None."""
@@ -560,13 +568,13 @@ class StatusNotifierHost:
 
     def activate(self, item):
         """A click on the icon."""
-        self._call(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate",
-                   GLib.Variant("(ii)", (0, 0)))  # fmt: skip
+        self.bus.call(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate",
+                      GLib.Variant("(ii)", (0, 0)))  # fmt: skip
 
     def stop(self):
         self.loop.quit()
         self.thread.join()
-        self.bus.close_sync(None)
+        self.bus.connection.close_sync(None)
 
 
 def fail(message):

@@ -3,9 +3,10 @@
 of the text is asked of the application itself."""
 
 import argparse
+import contextlib
+import dataclasses
 import html
 import http.server
-import json
 import os
 import re
 import subprocess
@@ -15,6 +16,7 @@ import threading
 import time
 import unicodedata
 import zipfile
+from pathlib import Path
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
 from desktop_driver import (  # noqa: E402
@@ -22,10 +24,15 @@ from desktop_driver import (  # noqa: E402
     Application,
     Clipboard,
     InaccessibleEditor,
+    Qt6Field,
     Velmorin,
     X,
     accessible_text,
+    log_time,
+    session_processes,
+    start_quietly,
     to_arabic,
+    used_ticks,
     wait_until,
     xdotool,
 )
@@ -34,27 +41,34 @@ WORD = "hgsghk"
 LONG = "hgsghk ugdlk " * 7693
 
 
-class Field(Application):
+class Row:
+    """What most rows have in common."""
+
+    is_multiline = True
+    is_left_alone = False
+    is_by_paragraph = False
+    keeps_line_ends = False
+
+    def holds(self, text):
+        return self.text() == text
+
+
+class Field(Row, Application):
     """A text field in a small program; it tells its text whenever that changes."""
 
-    multiline = True
     is_accessible = True
 
     def __init__(self, folder, text):
         self.told = os.path.join(folder, "told")
-        with open(os.path.join(folder, "initial"), "w", encoding="utf-8", newline="") as file:
-            file.write(text)
+        Path(folder, "initial").write_text(text, encoding="utf-8", newline="")
         super().__init__(["/usr/bin/python3", "-c", self.PROGRAM, folder], "A field")
         wait_until(lambda: self.text() == text, "the field's first words")
         if self.is_accessible:
             wait_until(lambda: accessible_text(self.process.pid) is not None, "it on the bus")
 
     def text(self):
-        try:
-            with open(self.told, encoding="utf-8", newline="") as file:
-                return file.read()
-        except FileNotFoundError:
-            return None
+        with contextlib.suppress(FileNotFoundError), open(self.told, "rb") as file:
+            return file.read().decode()
 
 
 TELL = """
@@ -70,6 +84,7 @@ def tell(text):
 
 class Gtk4Field(Field):
     name = "GTK 4 text view"
+    package = "gir1.2-gtk-4.0"
     keeps_line_ends = True
     PROGRAM = TELL + """
 import gi
@@ -94,38 +109,19 @@ application.connect("activate", activate)
 application.run()
 """
 
-    @staticmethod
-    def version():
-        return package_version("gir1.2-gtk-4.0")
 
-
-class Qt6Field(Field):
+class TellingQt6Field(Field):
     name = "Qt 6 line edit"
-    multiline = False
-    PROGRAM = TELL + """
-from PyQt6.QtWidgets import QApplication, QLineEdit, QMainWindow
-application = QApplication(sys.argv)
-window = QMainWindow()
-window.setWindowTitle("A field")
-window.menuBar().addMenu("&File").addAction("&Open")
-field = QLineEdit()
-field.setMaxLength(2000000)
-field.textChanged.connect(tell)
-field.setText(initial)
-tell(initial)
-window.setCentralWidget(field)
-window.show()
-field.setFocus()
-sys.exit(application.exec())
-"""
-
-    @staticmethod
-    def version():
-        return package_version("libqt6widgets6")
+    package = "libqt6widgets6"
+    is_multiline = False
+    PROGRAM = TELL + Qt6Field.PROGRAM.replace("(sys.argv[1])", "(initial)").replace(
+        "window.show()", "field.textChanged.connect(tell)\ntell(initial)\nwindow.show()"
+    )
 
 
 class TkField(Field):
     name = "Tk text (no accessibility)"
+    package = "python3-tk"
     is_accessible = False
     is_left_alone = True  # Control+A goes to the beginning of the line there
     PROGRAM = TELL + """
@@ -144,92 +140,70 @@ field.focus_force()
 window.mainloop()
 """
 
-    @staticmethod
-    def version():
-        return package_version("python3-tk")
 
-
-class PasswordField(Qt6Field):
+class PasswordField(TellingQt6Field):
     name = "Password field (Qt 6)"
-    PROGRAM = Qt6Field.PROGRAM.replace(
-        "field.setMax", "field.setEchoMode(QLineEdit.EchoMode.Password)\nfield.setMax"
+    is_left_alone = True
+    PROGRAM = TellingQt6Field.PROGRAM.replace(
+        "window.show()", "field.setEchoMode(QLineEdit.EchoMode.Password)\nwindow.show()"
     )
 
 
-    is_left_alone = True
+class EditorRow(Row):
+    package = "mousepad"
+
+    def __init__(self, folder, text):
+        super().__init__(os.path.join(folder, "text.txt"), text)
 
 
-class Mousepad(AccessibleEditor):
+class Mousepad(EditorRow, AccessibleEditor):
     name = "Mousepad (GTK 3)"
-    multiline = True
-
-    def __init__(self, folder, text):
-        super().__init__(os.path.join(folder, "text.txt"), text)
-
-    @staticmethod
-    def version():
-        return package_version("mousepad")
 
 
-class MousepadWithoutBridge(InaccessibleEditor):
+class MousepadWithoutBridge(EditorRow, InaccessibleEditor):
     name = "Mousepad, no accessibility"
-    multiline = True
-
-    def __init__(self, folder, text):
-        super().__init__(os.path.join(folder, "text.txt"), text)
-
-    version = Mousepad.version
 
 
-class Saved(Application):
+class Saved(Row, Application):
     """An editor that is read by saving its file."""
 
-    multiline = True
 
     def text(self):
         before = os.stat(self.path).st_mtime_ns
         self.keys("ctrl+s")
-        try:
+        with contextlib.suppress(AssertionError):  # there may be nothing to save
             wait_until(lambda: os.stat(self.path).st_mtime_ns != before, "the file", limit=5)
-        except AssertionError:
-            pass  # nothing to save
         return self.read()
 
 
 class FeatherPad(Saved):
     name = "FeatherPad (Qt 5)"
+    package = "featherpad"
 
     def __init__(self, folder, text):
         self.path = os.path.join(folder, "text.txt")
-        with open(self.path, "w", encoding="utf-8") as file:
-            file.write(text)
+        Path(self.path).write_text(text, encoding="utf-8")
         super().__init__(["featherpad", "--standalone", self.path], "text.txt")
 
     def read(self):
-        with open(self.path, encoding="utf-8") as file:
-            return file.read().removesuffix("\n")  # which it adds when it saves
-
-    @staticmethod
-    def version():
-        return package_version("featherpad")
+        text = Path(self.path).read_text(encoding="utf-8")
+        return text.removesuffix("\n")  # which it adds when it saves
 
 
 class Writer(Saved):
     name = "LibreOffice Writer"
+    package = "libreoffice-writer"
     is_by_paragraph = True  # each is an accessible element of its own
 
     def __init__(self, folder, text):
-        source = os.path.join(folder, "text.txt")
-        with open(source, "w", encoding="utf-8") as file:
-            file.write(text)
+        source = Path(folder, "text.txt")
+        source.write_text(text, encoding="utf-8")
         profile = f"-env:UserInstallation=file://{folder}/profile"
         convert = ["--convert-to", "odt", "--outdir", folder]
         subprocess.run(
             ["soffice", profile, "--headless", *convert, "--infilter=Text (encoded):UTF8", source],
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-            check=True,
-        )
+            capture_output=True, check=True,
+        )  # fmt: skip
         self.path = os.path.join(folder, "text.odt")
         options = ["--norestore", "--nologo", "--nofirststartwizard"]
         super().__init__(["soffice", profile, *options, "--writer", self.path], "text.odt")
@@ -243,16 +217,13 @@ class Writer(Saved):
         text = re.sub(r'<text:s text:c="(\d+)"/>', lambda found: " " * int(found[1]), text)
         return html.unescape(re.sub(r"<[^>]*>", "", text.replace("<text:s/>", " ")))
 
-    @staticmethod
-    def version():
-        return package_version("libreoffice-writer")
 
-
-class Xterm(Application):
+class Xterm(Row, Application):
     """Its text is what `cat` has been sent, which is nothing before Return."""
 
     name = "Terminal (xterm)"
-    multiline = False
+    package = "xterm"
+    is_multiline = False
     is_left_alone = True
 
     def __init__(self, folder, text):
@@ -262,10 +233,6 @@ class Xterm(Application):
 
     def text(self):
         return self.typed
-
-    @staticmethod
-    def version():
-        return package_version("xterm")
 
 
 PAGE = """<!doctype html><meta charset=utf-8><title>A page</title>
@@ -291,10 +258,9 @@ def plain(text):
     return text and text.replace("\u200f", "")
 
 
-class Page(Application):
+class Page(Row, Application):
     """A field of a page in a browser; the page tells its text to us."""
 
-    multiline = True
 
     def __init__(self, folder, text):
         self.told = None
@@ -336,28 +302,28 @@ class Page(Application):
 
 
 class Firefox(Page):
-    @staticmethod
-    def command(folder, address):
-        profile = os.path.join(folder, "profile")
-        os.makedirs(profile)
-        with open(os.path.join(profile, "user.js"), "w", encoding="utf-8") as file:
-            for key, value in {
-                "browser.shell.checkDefaultBrowser": False,
-                "browser.aboutwelcome.enabled": False,
-                "datareporting.policy.dataSubmissionEnabled": False,
-                "toolkit.telemetry.reportingpolicy.firstRun": False,
-                "termsofuse.acceptedVersion": 999,
-                "browser.startup.homepage_override.mstone": "ignore",
-            }.items():
-                file.write(f'user_pref("{key}", {json.dumps(value)});\n')
-        return ["firefox-esr", "--profile", profile, "--new-instance", address]
+    package = "firefox-esr"
 
     @staticmethod
-    def version():
-        return package_version("firefox-esr")
+    def command(folder, address):
+        profile = Path(folder, "profile")
+        profile.mkdir()
+        preferences = {
+            "browser.shell.checkDefaultBrowser": "false",
+            "browser.aboutwelcome.enabled": "false",
+            "datareporting.policy.dataSubmissionEnabled": "false",
+            "toolkit.telemetry.reportingpolicy.firstRun": "false",
+            "termsofuse.acceptedVersion": "999",
+            "browser.startup.homepage_override.mstone": '"ignore"',
+        }
+        lines = [f'user_pref("{key}", {value});' for key, value in preferences.items()]
+        Path(profile, "user.js").write_text("\n".join(lines), encoding="utf-8")
+        return ["firefox-esr", "--profile", profile, "--new-instance", address]
 
 
 class Chromium(Page):
+    package = "chromium"
+
     @staticmethod
     def command(folder, address):
         options = ["--no-first-run", "--password-store=basic", "--no-default-browser-check"]
@@ -365,15 +331,11 @@ class Chromium(Page):
             options.append("--no-sandbox")
         return ["chromium", *options, f"--user-data-dir={folder}/profile", f"--app={address}"]
 
-    @staticmethod
-    def version():
-        return package_version("chromium")
-
 
 def page(browser, kind):
     return type(f"{browser.__name__}{kind}", (browser,), {
         "field": kind,
-        "multiline": kind != "input",
+        "is_multiline": kind != "input",
         "name": f"{browser.__name__} {kind}",
     })  # fmt: skip
 
@@ -385,40 +347,40 @@ def package_version(package):
     ).stdout
 
 
-QUICK = [Mousepad, MousepadWithoutBridge, Qt6Field, PasswordField]
+QUICK = [Mousepad, MousepadWithoutBridge, TellingQt6Field, PasswordField]
 ROWS = [
-    Mousepad, Gtk4Field, FeatherPad, Qt6Field,
+    Mousepad, Gtk4Field, FeatherPad, TellingQt6Field,
     *(page(browser, kind) for browser in (Firefox, Chromium)
       for kind in ("input", "textarea", "editable")),
     Writer, Xterm, MousepadWithoutBridge, TkField, PasswordField,
 ]  # fmt: skip
 
 
+@dataclasses.dataclass
 class Condition:
     """A field with a text, a flip, and what the text is afterwards."""
 
-    def __init__(self, name, before=WORD, after=None, keys=(), locks=(), group=0, hold_alt=False,
-                 layouts=None, clipboard="before", manager=False):  # fmt: skip
-        self.name = name
-        self.before = before
-        self.after = to_arabic(before) if after is None else after
-        self.keys = keys
-        self.locks = locks
-        self.group = group
-        self.hold_alt = hold_alt
-        self.layouts = layouts
-        self.clipboard = clipboard
-        self.manager = manager
+    name: str
+    before: str = WORD
+    after: str = ""  # the conversion, unless it is given
+    keys: tuple = ()
+    locks: tuple = ()
+    group: int = 0
+    hold_alt: bool = False
+    layouts: str = ""
+    clipboard: str | bytes | None = "before"
+    manager: bool = False
 
 
 MIXED = "hgs\u200fghk \U0001f600 e\u0301 ugdlk\nhgsghk"
 CONDITIONS = [
     Condition("whole field"),
-    Condition("selection", "ab " + WORD, "ab " + to_arabic(WORD), keys=["ctrl+End"] + ["shift+Left"] * len(WORD)),
+    Condition("selection", "ab " + WORD, "ab " + to_arabic(WORD),
+              keys=("ctrl+End", *["shift+Left"] * len(WORD))),  # fmt: skip
     Condition("Arabic to Latin", to_arabic(WORD), WORD, group=1),
     Condition("Arabic layout only", to_arabic(WORD), WORD, layouts="ara"),
     Condition("Alt held", hold_alt=True),
-    Condition("Caps and Num Lock", locks=["Caps_Lock", "Num_Lock"]),
+    Condition("Caps and Num Lock", locks=("Caps_Lock", "Num_Lock")),
     Condition("marks, emoji, CR LF, RLM", MIXED),
     Condition("100,000 characters", LONG),
     Condition("clipboard manager", manager=True),
@@ -427,83 +389,44 @@ CONDITIONS = [
 ]
 
 
-def own_clipboard(contents):
-    """A process that owns the clipboard, or None."""
-    if contents is None:
-        X.disown_clipboard()
-        return None
-    if isinstance(contents, str):
-        return Clipboard.set(contents)
-    process = subprocess.Popen(
-        ["xclip", "-quiet", "-selection", "clipboard", "-t", "image/png"],
-        stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-    )  # fmt: skip
-    process.stdin.write(contents)
-    process.stdin.close()
-    wait_until(lambda: "image/png" in Clipboard.targets(), "the image on the clipboard")
-    return process
-
-
 def settle(application):
     """Waits until a program that has just started does nothing any more; its user would, too."""
-    ticks = os.sysconf("SC_CLK_TCK")
 
     def used():
         total = 0
-        for process in filter(str.isdigit, os.listdir("/proc")):
-            try:
-                with open(f"/proc/{process}/stat", encoding="utf-8", errors="replace") as file:
-                    fields = file.read().rsplit(")", 1)[1].split()
-            except (FileNotFoundError, ProcessLookupError):
-                continue
-            if int(fields[3]) == application.process.pid:  # its session
-                total += int(fields[11]) + int(fields[12])
-        return total / ticks
+        for process in session_processes(application.process.pid):
+            with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+                total += used_ticks(process)
+        return total / os.sysconf("SC_CLK_TCK")
 
     def is_quiet():
         before = used()
         time.sleep(0.3)
         return used() - before < 0.06
 
-    try:
+    with contextlib.suppress(AssertionError):
         wait_until(is_quiet, "it to come to rest", limit=15)
-    except AssertionError:
-        pass
-
-
-def holds(application, text):
-    return application.holds(text) if isinstance(application, Page) else application.text() == text
-
-
-def duration(lines):
-    """Of a flip in milliseconds, by the log's time stamps."""
-    def stamp(line):
-        hours, minutes, seconds = line[1:].split("]")[0].split(":")
-        return (int(hours) * 60 + int(minutes)) * 60 + float(seconds)
-
-    return round((stamp(lines[-1]) - stamp(lines[0])) * 1000)
 
 
 def flip_cell(velmorin, row, condition, arguments):
     """What happened, as the table says it."""
-    before, after = condition.before, condition.after
-    if getattr(row, "is_left_alone", False):
+    before, after = condition.before, condition.after or to_arabic(condition.before)
+    if row.is_left_alone:
         after = before
-    if getattr(row, "keeps_line_ends", False):
+    if row.keeps_line_ends:
         before, after = before.replace("\n", "\r\n"), after.replace("\n", "\r\n")
-    if not row.multiline:
+    if not row.is_multiline:
         before, after = before.replace("\n", " "), after.replace("\n", " ")
     cleanup = []
     with tempfile.TemporaryDirectory() as folder:
         try:
             if condition.manager:
-                manager = subprocess.Popen(["parcellite", "-n"], stdout=subprocess.DEVNULL,
-                                           stderr=subprocess.DEVNULL)  # fmt: skip
+                manager = start_quietly(["parcellite", "-n"])
                 cleanup += [manager.wait, manager.kill]
             application = row(folder, before)
             cleanup.append(application.stop)
             settle(application)
-            if getattr(row, "is_by_paragraph", False):
+            if row.is_by_paragraph:
                 if application.text() != before:
                     before = application.text()  # it breaks long lines when it opens a text
                     after = to_arabic(before)
@@ -511,11 +434,13 @@ def flip_cell(velmorin, row, condition, arguments):
             if condition.layouts:
                 subprocess.run(["setxkbmap", condition.layouts], check=True)
                 cleanup.append(lambda: subprocess.run(["setxkbmap", "us,ara"], check=True))
-            owner = own_clipboard(condition.clipboard)
-            if owner:
+            if condition.clipboard is None:
+                X.disown_clipboard()
+            else:
+                owner = Clipboard.set(condition.clipboard)
                 cleanup += [owner.wait, owner.kill]
-            for key in condition.keys:
-                application.keys(key)
+            if condition.keys:
+                application.keys(*condition.keys)
             for key in condition.locks:
                 xdotool("key", key)
                 cleanup.append(lambda key=key: xdotool("key", key))
@@ -526,22 +451,21 @@ def flip_cell(velmorin, row, condition, arguments):
             if arguments.verbose:
                 print(*velmorin.lines[start:], sep="\n", flush=True)
             path = "direct" if "(AX)" in lines[-1] else "clipboard"
-            took = duration(velmorin.lines[start:])
+            took = round(log_time(velmorin.lines[-1]) - log_time(velmorin.lines[start]))
             if condition.keys and path == "clipboard" and after != before:
                 after = to_arabic(before)  # this path selects all
-            if getattr(row, "is_by_paragraph", False) and path == "direct" and "\n" in before:
+            if row.is_by_paragraph and path == "direct" and "\n" in before:
                 *others, last = before.split("\n")
                 after = "\n".join([*others, to_arabic(last)])
             try:
-                wait_until(lambda: holds(application, after), "the text", limit=10)
+                wait_until(lambda: application.holds(after), "the text", limit=10)
                 result = f"{path} {took} ms"
                 if after == before:
                     result = "**✗** changed" if "FLIP DONE" in lines[-1] else "left alone"
             except AssertionError:
                 text = application.text()
-                is_same = text == before
-                result = f"**✗** {lines[-1].strip(' ─')}, " + (
-                    "text unchanged" if is_same else f"text {describe(text, after)}")
+                what = "unchanged" if text == before else describe(text, after)
+                result = f"**✗** {lines[-1].strip(' ─')}, text {what}"
             if condition.clipboard == "before" and Clipboard.get() != "before":
                 result += ", **clipboard lost**"
             if X.held_keys():
@@ -582,10 +506,11 @@ def main():
     with tempfile.TemporaryDirectory() as home:
         velmorin = Velmorin(os.environ["VELMORIN_PROGRAM"], environment={"XDG_CONFIG_HOME": home})
         for row in rows:
-            if not row.version():
+            version = package_version(row.package)
+            if not version:
                 print(f"{row.name}: not installed", flush=True)
                 continue
-            table[row] = []
+            table[row.name, version] = results = []
             for condition in conditions:
                 attempts = 3 if arguments.quick else 1  # a machine that tests may be busy
                 for _ in range(attempts):
@@ -593,17 +518,16 @@ def main():
                     if "**" not in result:
                         break
                 print(f"{row.name} | {condition.name} | {result}", flush=True)
-                table[row].append(result)
+                results.append(result)
         velmorin.stop()
     lines = ["| | " + " | ".join(condition.name for condition in conditions) + " |"]
     lines.append("|---" * (len(conditions) + 1) + "|")
-    for row, results in table.items():
-        lines.append(f"| {row.name} {row.version()} | " + " | ".join(results) + " |")
+    for (name, version), results in table.items():
+        lines.append(f"| {name} {version} | " + " | ".join(results) + " |")
     if arguments.write:
-        with open(arguments.write, encoding="utf-8") as file:
-            head = file.read().split("\n| | ")[0]
-        with open(arguments.write, "w", encoding="utf-8") as file:
-            file.write(head + "\n" + "\n".join(lines) + "\n")
+        file = Path(arguments.write)
+        head = file.read_text(encoding="utf-8").split("\n| | ")[0]
+        file.write_text("\n".join([head, *lines, ""]), encoding="utf-8")
     unexpected = [result for results in table.values() for result in results if "**" in result]
     return 1 if arguments.quick and unexpected else 0
 
