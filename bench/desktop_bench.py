@@ -11,17 +11,24 @@ import sys
 import tempfile
 import threading
 import time
+from pathlib import Path
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tools"))
 from desktop_driver import (  # noqa: E402
     ARABIC,
     LATIN,
+    NOTHING_COPIED,
     AccessibleEditor,
     Bus,
     InaccessibleEditor,
     Qt6Field,
     Velmorin,
     X,
+    log_time,
+    open_editor,
+    session_processes,
+    start_quietly,
+    used_ticks,
     xdotool,
 )
 from gi.repository import Atspi, Gio, GLib  # noqa: E402
@@ -118,12 +125,6 @@ class TextChanges:
             GLib.source_remove(timer)
 
 
-def bus_names(process):
-    bus = Bus.accessibility()
-    return [name for name in bus.ask_daemon("ListNames") if name.startswith(":")
-            and bus.ask_daemon("GetConnectionUnixProcessID", name) == process]  # fmt: skip
-
-
 class Calls:
     """Counts what one process asks another on the accessibility bus, and how often it has to wait:
     calls that are under way together are waited for together. Asking again until the focus is there
@@ -131,8 +132,9 @@ class Calls:
 
     def __init__(self, process, other):
         self.reset()
-        self.own, self.others = bus_names(process), bus_names(other)
-        self.connection = Bus.accessibility().connection
+        bus = Bus.accessibility()
+        self.own, self.others = bus.names_of(process), bus.names_of(other)
+        self.connection = bus.connection
         self.connection.add_filter(self._seen)
         rules = [f"{end}='{name}'" for name in self.own for end in ("sender", "destination")]
         self.connection.call_sync(
@@ -159,10 +161,18 @@ class Calls:
         return None  # it is nobody's to answer
 
 
+def flip(velmorin, keyboard):
+    """Waits for its end, and gives when the key was pressed and the log's lines."""
+    start = len(velmorin.lines)
+    pressed = keyboard.press()
+    velmorin.wait_for("FLIP DONE", NOTHING_COPIED, after=start)
+    return pressed, velmorin.lines[start:]
+
+
 def round_trip(editor):
     """Of a call to the editor on the accessibility bus, in milliseconds."""
     bus = Bus.accessibility()
-    name = bus_names(editor.process.pid)[0]
+    name = bus.names_of(editor.process.pid)[0]
     path = "/org/a11y/atspi/accessible/root"
     times = []
     for _ in range(200):
@@ -176,18 +186,13 @@ def direct_flips(velmorin, keyboard, kind, size, folder):
     line = "hgsghk ugdlk " * 6
     lines = line * 2 if size <= 100 else (line[:-1] + "\n") * (size // len(line) + 1)
     text = lines[:size]
-    if kind is Qt6Field:
-        editor = kind(text)
-    else:
-        editor = kind(os.path.join(folder, f"{kind.__name__}.txt"), text)
+    editor = open_editor(kind, folder, text)
     changes = TextChanges(velmorin.process.pid)
     flips = FLIPS if size < 10000 else 5
     times, own = [], []
     direct = 0
     # The first flip fills caches, and the editor may not know yet that changes are listened to.
-    start = len(velmorin.lines)
-    keyboard.press()
-    velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+    flip(velmorin, keyboard)
     changes.rest()
     for _ in range(flips):
         start = len(velmorin.lines)
@@ -195,7 +200,7 @@ def direct_flips(velmorin, keyboard, kind, size, folder):
         pressed = keyboard.press()
         times.append((changes.wait(pressed) - pressed) * 1000)
         own.append(changes.used - used)
-        velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+        velmorin.wait_for("FLIP DONE", NOTHING_COPIED, after=start)
         direct += "(AX)" in velmorin.lines[-1]
         changes.rest()
     calls = Calls(velmorin.process.pid, editor.process.pid)
@@ -204,7 +209,7 @@ def direct_flips(velmorin, keyboard, kind, size, folder):
         calls.reset()
         start = len(velmorin.lines)
         changes.wait(keyboard.press())  # turns the event loop, which counts the calls
-        velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+        velmorin.wait_for("FLIP DONE", NOTHING_COPIED, after=start)
         changes.rest()
         counts.append((calls.waits, calls.count, calls.repeats - 1))
     calls.connection.close_sync(None)
@@ -219,23 +224,16 @@ def direct_flips(velmorin, keyboard, kind, size, folder):
     return result
 
 
-def stamp(line):
-    hours, minutes, seconds = line[1:].split("]")[0].split(":")
-    return (int(hours) * 60 + int(minutes)) * 60000 + float(seconds) * 1000
-
-
 def clipboard_flips(velmorin, keyboard, folder):
     """How late each step of a clipboard flip is, in milliseconds by the log."""
-    editor = InaccessibleEditor(os.path.join(folder, "editor.txt"), "hgsghk ugdlk")
+    editor = open_editor(InaccessibleEditor, folder, "hgsghk ugdlk")
     lateness = [[] for _ in CLIPBOARD_STEPS]
     for _ in range(FLIPS):
-        start = len(velmorin.lines)
-        keyboard.press()
-        velmorin.wait_for("FLIP DONE (clipboard)", after=start)
-        lines = velmorin.lines[start:]
+        _, lines = flip(velmorin, keyboard)
         for late, (first, second, delay) in zip(lateness, CLIPBOARD_STEPS):
-            times = [stamp(next(line for line in lines if text in line)) for text in (first, second)]
-            late.append(times[1] - times[0] - delay)
+            begin, end = (log_time(next(line for line in lines if text in line))
+                          for text in (first, second))  # fmt: skip
+            late.append(end - begin - delay)
         velmorin.ready_again()
     editor.stop()
     return {f"{first.strip()} → {second.strip(' ─')}": summary(late)
@@ -268,13 +266,6 @@ class Frames:
         raise AssertionError("no window was drawn")
 
 
-def await_hotkey(process, begin, times):
-    """Notes when a process said that it has its hotkey, in milliseconds since `begin`."""
-    for line in process.stdout:
-        if "registered — works" in line:
-            times.append((time.monotonic() - begin) * 1000)
-
-
 def start_times(binaries, folder):
     peers = {
         "Velmorin": [f"{binaries}/velmorin"],
@@ -287,19 +278,24 @@ def start_times(binaries, folder):
         if not shutil.which(command[0]):
             continue
         frames, hotkeys = [], []
-        for index in range(STARTS + 1):
+
+        def read(process, begin):
+            for line in process.stdout:
+                if "registered — works" in line:
+                    hotkeys.append((time.monotonic() - begin) * 1000)
+
+        for _ in range(STARTS + 1):
             watch = Frames()
             environment = {"XDG_CONFIG_HOME": os.path.join(folder, f"start-{name}"),
                            "XDG_DATA_HOME": os.path.join(folder, f"data-{name}"),
                            "VELMORIN_PRINT_LOG": "1"}  # fmt: skip
             begin = time.monotonic()
-            process = subprocess.Popen(command, env={**os.environ, **environment},
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                       text=True, start_new_session=True)  # fmt: skip
-            reader = threading.Thread(target=await_hotkey, args=(process, begin, hotkeys))
+            process = start_quietly(command, env={**os.environ, **environment}, text=True,
+                                    stdout=subprocess.PIPE, start_new_session=True)  # fmt: skip
+            reader = threading.Thread(target=read, args=(process, begin))
             reader.start()
             frames.append(watch.first(begin) * 1000)
-            subprocess.run(["pkill", "-KILL", "-s", str(process.pid)], check=False)
+            kill_session(process.pid)
             # Some have moved to a session of their own.
             subprocess.run(["pkill", "-KILL", "-x", os.path.basename(command[0])], check=False)
             process.wait()
@@ -314,23 +310,12 @@ def start_times(binaries, folder):
     return result
 
 
-def processes(session):
-    found = []
-    for process in filter(str.isdigit, os.listdir("/proc")):
-        try:
-            if os.getsid(int(process)) == session:
-                found.append(int(process))
-        except ProcessLookupError:
-            pass
-    return found
-
-
 def footprint(session):
     """Of all processes of a session, in KiB."""
     total = {"rss": 0, "pss": 0, "private": 0, "dirty": 0}
     names = {"Rss:": ["rss"], "Pss:": ["pss"], "Private_Clean:": ["private"],
              "Private_Dirty:": ["private", "dirty"]}  # fmt: skip
-    for process in processes(session):
+    for process in session_processes(session):
         try:
             with open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
                 for line in file:
@@ -344,15 +329,25 @@ def footprint(session):
 def activity(session):
     """Wake-ups and CPU milliseconds so far."""
     wakeups = ticks = 0
-    for process in processes(session):
+    for process in session_processes(session):
         for thread in os.listdir(f"/proc/{process}/task"):
             with open(f"/proc/{process}/task/{thread}/status", encoding="utf-8") as file:
                 wakeups += next(int(line.split()[1]) for line in file
                                 if line.startswith("voluntary_ctxt"))  # fmt: skip
-        with open(f"/proc/{process}/stat", encoding="utf-8") as file:
-            fields = file.read().rsplit(")", 1)[1].split()
-            ticks += int(fields[11]) + int(fields[12])
+        ticks += used_ticks(process)
     return wakeups, ticks * 1000 // os.sysconf("SC_CLK_TCK")
+
+
+def idle(sessions):
+    """Wake-ups and CPU milliseconds of each session while nothing is done."""
+    before = [activity(session) for session in sessions]
+    time.sleep(IDLE)
+    return [[after - first for after, first in zip(activity(session), start)]
+            for session, start in zip(sessions, before)]  # fmt: skip
+
+
+def kill_session(session):
+    subprocess.run(["pkill", "-KILL", "-s", str(session)], check=False)
 
 
 def footprints(binaries, keyboard, folder):
@@ -366,29 +361,22 @@ def footprints(binaries, keyboard, folder):
     sessions = {}
     for name, command in commands.items():
         if shutil.which(command[0]):
-            sessions[name] = subprocess.Popen(command, start_new_session=True,
-                                              stdout=subprocess.DEVNULL,
-                                              stderr=subprocess.DEVNULL).pid  # fmt: skip
+            sessions[name] = start_quietly(command, start_new_session=True).pid
     velmorin = Velmorin(f"{binaries}/velmorin", wrapper=("setsid",),
                         environment={"XDG_CONFIG_HOME": folder + "/footprint"})  # fmt: skip
     sessions["Velmorin"] = velmorin.process.pid
     time.sleep(REST)
     result = {name: {"start": footprint(session)} for name, session in sessions.items()}
-    before = {name: activity(session) for name, session in sessions.items()}
-    time.sleep(IDLE)
-    for name, session in sessions.items():
-        after = activity(session)
-        result[name]["idle"] = [after[0] - before[name][0], after[1] - before[name][1]]
+    for name, used in zip(sessions, idle(sessions.values())):
+        result[name]["idle"] = used
     # The peers might take the keys or the focus. The empty window stays: it shares Qt's pages.
     for name in ("CopyQ", "AutoKey", "xneur"):
         if name in sessions:
-            subprocess.run(["pkill", "-KILL", "-s", str(sessions[name])], check=False)
+            kill_session(sessions[name])
     session = sessions["Velmorin"]
-    editor = AccessibleEditor(os.path.join(folder, "flips.txt"), "hgsghk ugdlk")
+    editor = open_editor(AccessibleEditor, folder, "hgsghk ugdlk")
     for _ in range(100):
-        start = len(velmorin.lines)
-        keyboard.press()
-        velmorin.wait_for("FLIP DONE", "Nothing copied", after=start)
+        flip(velmorin, keyboard)
         velmorin.ready_again()
     result["Velmorin"]["100 flips"] = footprint(session)
     editor.stop()
@@ -407,22 +395,18 @@ def footprints(binaries, keyboard, folder):
         X.close(window)
     time.sleep(REST)
     result["Velmorin"]["closed"] = footprint(session)
-    before = activity(session)
-    time.sleep(IDLE)
-    after = activity(session)
-    result["Velmorin"]["closed idle"] = [after[0] - before[0], after[1] - before[1]]
+    [result["Velmorin"]["closed idle"]] = idle([session])
     velmorin.stop()
-    for name, pid in sessions.items():
-        subprocess.run(["pkill", "-KILL", "-s", str(pid)], check=False)
+    for session in sessions.values():
+        kill_session(session)
     return result
 
 
 def whole_processes(folder):
     """Perl and Python, a million characters from one file to another, in nanoseconds a character."""
     text = "hgsghk ugdlk\n" * 76924
-    source = os.path.join(folder, "text")
-    with open(source, "w", encoding="utf-8") as file:
-        file.write(text)
+    source = Path(folder, "text")
+    source.write_text(text, encoding="utf-8")
     latin = LATIN.replace("/", "\\/")
     commands = {
         "Perl tr": ["perl", "-CSDA", "-Mutf8", "-pe", f"tr/{latin}/{ARABIC}/"],
@@ -435,7 +419,7 @@ def whole_processes(folder):
     for name, command in commands.items():
         times = []
         for _ in range(5):
-            with open(source, "rb") as read, open(source + ".out", "wb") as write:
+            with source.open("rb") as read, Path(folder, "out").open("wb") as write:
                 begin = time.monotonic()
                 subprocess.run(command, stdin=read, stdout=write, check=True,
                                env={**os.environ, "LC_ALL": "C.UTF-8"})  # fmt: skip

@@ -423,6 +423,12 @@ sys.exit(application.exec())
         return accessible_text(self.process.pid)
 
 
+def open_editor(kind, folder, text):
+    """An editor or a field with a text, and its file, if it has one, in the folder."""
+    arguments = [] if kind is Qt6Field else [os.path.join(folder, f"{kind.__name__}.txt")]
+    return kind(*arguments, text)
+
+
 class Clipboard:
     """The clipboard, through another program."""
 
@@ -498,9 +504,21 @@ class Bus:
         name = "org.freedesktop.DBus"
         return self.call(name, "/org/freedesktop/DBus", interface, method, values)[0]
 
+    def names_of(self, process):
+        """The names of all connections of a process, as the daemon gave them."""
+        names = []
+        for name in self.ask_daemon("ListNames"):
+            with contextlib.suppress(GLib.Error):  # it may just have left
+                if name.startswith(":") and self.process_of(name) == process:
+                    names.append(name)
+        return names
+
+    def process_of(self, name):
+        return self.ask_daemon("GetConnectionUnixProcessID", name)
+
     def daemon(self):
         """The process number of the daemon itself."""
-        return self.ask_daemon("GetConnectionUnixProcessID", "org.freedesktop.DBus")
+        return self.process_of("org.freedesktop.DBus")
 
 
 class StatusNotifierHost:
