@@ -8,6 +8,7 @@ import signal
 import sqlite3
 import subprocess
 import unittest
+from pathlib import Path
 
 from desktop_test import PROGRAM, DesktopTest
 from desktop_driver import (
@@ -16,6 +17,7 @@ from desktop_driver import (
     StatusNotifierHost,
     X,
     active_window,
+    start_quietly,
     to_arabic,
     wait_until,
     xdotool,
@@ -38,12 +40,30 @@ def call(method, *arguments):
                "--method", f"org.freedesktop.Application.{method}", *arguments)  # fmt: skip
 
 
-def is_in_state(element, state):
-    element.clear_cache()
-    return element.get_state_set().contains(state)
-
-
 class ApplicationTest(DesktopTest):
+    def start_service(self, *command):
+        process = start_quietly(command)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+
+    def is_on(self, role, name, state=Atspi.StateType.CHECKED):
+        return self.velmorin.element(role, name).get_state_set().contains(state)
+
+    def expect_focus(self, role, name):
+        """On an element with a name that holds the words."""
+
+        def has_it():
+            focused = self.velmorin.focused()
+            return focused and focused[0] == role and name in focused[1]
+
+        wait_until(has_it, lambda: f"{role} {name}, not {self.velmorin.focused()}")
+
+    def check_flip(self, end="total: 1"):
+        editor = self.start(AccessibleEditor, "hgsghk")
+        lines = self.velmorin.flip(end)
+        editor.expect(to_arabic("hgsghk"))
+        return editor, lines
+
     def windows(self):
         """The program's windows that can be seen."""
         return xdotool(
@@ -91,9 +111,9 @@ class ApplicationTest(DesktopTest):
         value = self.stored(STORED_FRAME)
         return value and tuple(int(number) for number in value.split())
 
-    def restart(self):
+    def restart(self, **options):
         self.assertEqual(self.velmorin.stop(), "")
-        self.velmorin = self.start_velmorin()
+        self.velmorin = self.start_velmorin(**options)
 
 
 class Window(ApplicationTest):
@@ -123,10 +143,8 @@ class Window(ApplicationTest):
             self.expect_window()
 
     def test_the_hotkey_works_without_it(self):
-        editor = self.start(AccessibleEditor, "hgsghk")
         self.close_window()
-        self.velmorin.flip("total: 1")
-        editor.expect(to_arabic("hgsghk"))
+        self.check_flip()
 
     def test_nothing_else_is_offered_on_the_session_bus(self):
         self.close_window()
@@ -179,19 +197,12 @@ class Frame(ApplicationTest):
 
 
 class Tray(ApplicationTest):
-    def start_trayer(self):
-        trayer = subprocess.Popen(
-            ["trayer", "--edge", "bottom", "--align", "left", "--widthtype", "request"],
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-        )
-        self.addCleanup(trayer.wait)
-        self.addCleanup(trayer.kill)
+    TRAY = ["trayer", "--edge", "bottom", "--align", "left", "--widthtype", "request"]
 
     def icon(self):
         """The icon's window inside of the tray, or None. Qt may replace it: it docks at a tray that
         it finds, and again when that tray has announced itself."""
-        tree = subprocess.run(["xwininfo", "-root", "-tree"], capture_output=True, text=True).stdout
+        tree = run("xwininfo", "-root", "-tree")
         found = re.search(r'(0x[0-9a-f]+) "velmorin": \("velmorin" "velmorin"\)\s+(2[0-9])x', tree)
         return found and found[1]
 
@@ -209,13 +220,13 @@ class Tray(ApplicationTest):
 
     def test_a_tray_that_is_there(self):
         self.velmorin.stop()
-        self.start_trayer()
+        self.start_service(*self.TRAY)
         wait_until(lambda: xdotool("search", "--class", "trayer"), "the tray")
         self.velmorin = self.start_velmorin()
         self.check_icon()
 
     def test_a_tray_that_comes_later(self):
-        self.start_trayer()
+        self.start_service(*self.TRAY)
         self.check_icon()
 
     def check_host(self, is_first):
@@ -232,11 +243,10 @@ class Tray(ApplicationTest):
 
         # A flip flashes it.
         before = host.picture(item)
-        editor = self.start(AccessibleEditor, "hgsghk")
+        self.start(AccessibleEditor, "hgsghk")
         self.velmorin.flip("total: ")
         wait_until(lambda: host.picture(item) != before, "the checkmark")
         wait_until(lambda: host.picture(item) == before, "the icon again")
-        editor.expect(to_arabic("hgsghk"))
 
     def test_a_status_notifier_host_that_is_there(self):
         self.check_host(is_first=True)
@@ -250,24 +260,16 @@ class Storage(ApplicationTest):
 
     expected_errors = r"\Avelmorin: [^\n]*preferences[^\n]*cannot be used[^\n]*\n\Z"
 
-    def start_again(self, **options):
-        self.assertEqual(self.velmorin.stop(), "")
-        self.velmorin = self.start_velmorin(**options)
-
     def check_that_it_works(self):
         self.velmorin.press("radio button", "→ Arabic")
-        arabic = self.velmorin.element("radio button", "→ Arabic")
-        wait_until(lambda: is_in_state(arabic, Atspi.StateType.CHECKED), "the direction")
-        editor = self.start(AccessibleEditor, "hgsghk")
-        self.velmorin.flip("total: 1")
-        editor.expect(to_arabic("hgsghk"))
+        wait_until(lambda: self.is_on("radio button", "→ Arabic"), "the direction")
+        self.check_flip()
 
     def test_a_damaged_file(self):
         self.velmorin.stop()
         for name in os.listdir(self.configuration):
-            with open(os.path.join(self.configuration, name), "wb") as file:
-                file.write(b"nothing that anybody knows" * 100)
-        self.start_again()
+            Path(self.configuration, name).write_bytes(b"nothing that anybody knows" * 100)
+        self.restart()
         self.check_that_it_works()
         self.assertEqual(self.stored("vl.count"), 1)
 
@@ -275,32 +277,24 @@ class Storage(ApplicationTest):
         no_room = ["bash", "-c", "trap '' XFSZ; ulimit -f 0; exec \"$@\"", "bash"]
         self.velmorin.press("radio button", "→ English")
         wait_until(lambda: self.stored("vl.mode") == "forceEnglish", "the direction to be stored")
-        self.start_again(wrapper=no_room)
-        english = self.velmorin.element("radio button", "→ English")
-        self.assertTrue(is_in_state(english, Atspi.StateType.CHECKED), "what was stored is read")
+        self.restart(wrapper=no_room)
+        self.assertTrue(self.is_on("radio button", "→ English"), "what was stored is read")
         self.check_that_it_works()
 
 
 class Permission(ApplicationTest):
     """In a session whose accessibility bus is there but switched off, as a stock desktop's is."""
 
-    STATUS = ["--dest", "org.a11y.Bus", "--object-path", "/org/a11y/bus", "--method"]
+    @staticmethod
+    def is_enabled(method, *value):
+        return run("gdbus", "call", "--session", "--dest", "org.a11y.Bus", "--object-path",
+                   "/org/a11y/bus", "--method", f"org.freedesktop.DBus.Properties.{method}",
+                   "org.a11y.Status", "IsEnabled", *value)  # fmt: skip
 
     def prepare(self):
-        run("gdbus", "call", "--session", *self.STATUS, "org.freedesktop.DBus.Properties.Set",
-            "org.a11y.Status", "IsEnabled", "<false>")  # fmt: skip
-        notifications = subprocess.Popen(
-            ["dunst"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL
-        )
-        self.addCleanup(notifications.wait)
-        self.addCleanup(notifications.kill)
+        self.is_enabled("Set", "<false>")
+        self.start_service("dunst")
         wait_until(lambda: run("dunstctl", "count", "displayed") == "0\n", "notifications")
-
-    def is_enabled(self):
-        answer = run("gdbus", "call", "--session", *self.STATUS,
-                     "org.freedesktop.DBus.Properties.Get",
-                     "org.a11y.Status", "IsEnabled")  # fmt: skip
-        return "true" in answer
 
     def test_it_is_offered_once_and_granted_by_a_click(self):
         self.assertEqual(
@@ -308,14 +302,13 @@ class Permission(ApplicationTest):
             "Accessibility: not yet granted (needed for ⌘A/⌘C/⌘V in other apps)",
         )
         wait_until(lambda: run("dunstctl", "count", "displayed") == "1\n", "the notification")
-        editor = self.start(AccessibleEditor, "hgsghk")
-        self.assertIn("  AX not trusted", self.velmorin.flip("FLIP DONE (clipboard)"))
-        editor.expect(to_arabic("hgsghk"))
+        editor, lines = self.check_flip("FLIP DONE (clipboard)")
+        self.assertIn("  AX not trusted", lines)
         self.velmorin.ready_again()
         self.assertEqual(run("dunstctl", "count", "displayed"), "1\n", "one offer only")
 
         run("dunstctl", "action")
-        wait_until(self.is_enabled, "accessibility to be switched on")
+        wait_until(lambda: "true" in self.is_enabled("Get"), "accessibility to be switched on")
         key = ["org.gnome.desktop.interface", "toolkit-accessibility"]
         self.assertEqual(run("gsettings", "get", *key), "true\n", "for the next session, too")
         self.velmorin.flip("FLIP DONE (AX)")
@@ -364,10 +357,8 @@ class OwnAccessibility(ApplicationTest):
 
         self.velmorin.press("radio button", "→ Arabic")
         wait_until(lambda: self.stored("vl.mode") == "forceArabic", "the direction to be stored")
-        arabic = self.velmorin.element("radio button", "→ Arabic")
-        self.assertTrue(is_in_state(arabic, Atspi.StateType.CHECKED))
-        automatic = self.velmorin.element("radio button", "Auto")
-        self.assertFalse(is_in_state(automatic, Atspi.StateType.CHECKED))
+        self.assertTrue(self.is_on("radio button", "→ Arabic"))
+        self.assertFalse(self.is_on("radio button", "Auto"))
 
         editor = self.start(AccessibleEditor, "hgsghk")
         self.velmorin.press("push button", "Test Flip (3s)")
@@ -379,16 +370,13 @@ class OwnAccessibility(ApplicationTest):
         self.assertEqual([element.get_name() for element in count], ["1"])
 
         self.restart()
-        arabic = self.velmorin.element("radio button", "→ Arabic")
-        self.assertTrue(is_in_state(arabic, Atspi.StateType.CHECKED))
+        self.assertTrue(self.is_on("radio button", "→ Arabic"))
 
     def test_settings_are_switched_and_kept(self):
         self.assertIsNone(self.stored("appPreferences"), "nothing is stored by looking at it")
         self.velmorin.press("page tab", "Settings")
         wait_until(
-            lambda: is_in_state(
-                self.velmorin.element("check box", "Launch at login"), Atspi.StateType.SHOWING
-            ),
+            lambda: self.is_on("check box", "Launch at login", Atspi.StateType.SHOWING),
             "the settings",
         )
         for name, key in {
@@ -404,48 +392,42 @@ class OwnAccessibility(ApplicationTest):
 
         self.restart()
         for name, on in {"Launch at login": True, "Show menu bar icon": False}.items():
-            box = self.velmorin.element("check box", name)
-            self.assertEqual(is_in_state(box, Atspi.StateType.CHECKED), on, name)
-        dark = self.velmorin.element("radio button", "Dark")
-        self.assertTrue(is_in_state(dark, Atspi.StateType.CHECKED))
+            self.assertEqual(self.is_on("check box", name), on, name)
+        self.assertTrue(self.is_on("radio button", "Dark"))
 
-    def test_the_keyboard_reaches_everything(self):
-        reached = []
-        while not reached or reached[-1][1] != "Open Accessibility Settings":
+    def tab_to(self, name):
+        """Gives the names of what had the focus on the way."""
+        names = []
+        while True:
             focused = self.velmorin.focused()
             if focused:
-                reached.append(focused)
-            previous = focused
+                names.append(focused[1])
+            if names[-1:] == [name]:
+                return names
             xdotool("key", "Tab")
-            wait_until(lambda: self.velmorin.focused() not in (None, previous), "the next element")
-        names = [name for _, name in reached]
+            wait_until(lambda: self.velmorin.focused() not in (None, focused), "the next element")
+
+    def test_the_keyboard_reaches_everything(self):
+        names = self.tab_to("Open Accessibility Settings")
         expected = ["Control", "Hotkey", "Accessibility", "⌥ Option", "Space", "Flip!", "Auto"]
         expected += ["Test Flip (3s)", "0", "Clear", "Live Log", "Open Accessibility Settings"]
         places = [names.index(name) for name in expected if name != "Live Log"]
         self.assertEqual(places, sorted(places), "in the order in which they stand")
 
         # Rows of the log, segments and tabs by the arrow keys.
-        def tab_to(role, name):
-            while self.velmorin.focused() != (role, name):
-                previous = self.velmorin.focused()
-                xdotool("key", "Tab")
-                wait_until(lambda: self.velmorin.focused() not in (None, previous), "Tab")
-
-        tab_to("radio button", "Auto")
-        xdotool("key", "Right")
-        wait_until(lambda: self.velmorin.focused() == ("radio button", "→ English"), "a segment")
+        for stop, key, role, name in [
+            ("Auto", "Right", "radio button", "→ English"),
+            ("Clear", "Tab", "list item", "GRANTED"),
+            (None, "Home", "list item", "launched"),
+            (None, "Down", "list item", "Registering"),
+            ("Control", "Right", "page tab", "Settings"),
+        ]:
+            if stop:
+                self.tab_to(stop)
+            xdotool("key", key)
+            self.expect_focus(role, name)
         self.assertEqual(self.stored("vl.mode"), "forceEnglish")
-        tab_to("push button", "Clear")
-        xdotool("key", "Tab")
-        wait_until(lambda: "GRANTED" in (self.velmorin.focused() or "-")[1], "the last row")
-        xdotool("key", "Home")
-        wait_until(lambda: "launched" in (self.velmorin.focused() or "-")[1], "the first row")
-        xdotool("key", "Down")
-        wait_until(lambda: "Registering" in (self.velmorin.focused() or "-")[1], "the second row")
-        tab_to("page tab", "Control")
-        xdotool("key", "Right")
-        wait_until(lambda: self.velmorin.focused() == ("page tab", "Settings"), "the other tab")
-        tab_to("check box", "Reduce motion")
+        self.tab_to("Reduce motion")
         xdotool("key", "space")
         wait_until(
             lambda: b'"reduceMotion":true' in (self.stored("appPreferences") or b""), "a switch"
