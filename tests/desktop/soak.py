@@ -21,10 +21,10 @@ from desktop_driver import (  # noqa: E402
     Qt6Field,
     Velmorin,
     X,
+    open_editor,
     to_arabic,
     wait_until,
 )
-from gi.repository import Atspi, GLib  # noqa: E402
 from Xlib.display import Display  # noqa: E402
 from Xlib.ext import res  # noqa: E402
 
@@ -54,9 +54,6 @@ class Resources:
         with open(f"/proc/{self.process}/smaps_rollup", encoding="ascii") as file:
             return next(int(line.split()[1]) for line in file if "Private_Dirty" in line)
 
-    def files(self):
-        return len(os.listdir(f"/proc/{self.process}/fd"))
-
     def x_resources(self):
         """Of each kind, those of all the process's connections to the X server."""
         total = Counter()
@@ -73,18 +70,14 @@ class Resources:
         statistics = "org.freedesktop.DBus.Debug.Stats"
         total = 0
         for bus in self.buses:
-            for name in bus.ask_daemon("ListNames"):
-                try:
-                    if bus.ask_daemon("GetConnectionUnixProcessID", name) == self.process:
-                        answer = bus.ask_daemon("GetConnectionStats", name, interface=statistics)
-                        total += answer["MatchRules"]
-                except GLib.Error:
-                    pass  # it has just left
+            for name in bus.names_of(self.process):
+                answer = bus.ask_daemon("GetConnectionStats", name, interface=statistics)
+                total += answer["MatchRules"]
         return total
 
     def counts(self):
         counts = self.x_resources()
-        counts["files"] = self.files()
+        counts["files"] = len(os.listdir(f"/proc/{self.process}/fd"))
         counts["match rules"] = self.match_rules()
         return counts
 
@@ -100,17 +93,14 @@ class Soak:
 
     def open(self, kind):
         text = random_text(self.random)
-        if kind is Qt6Field:
-            return kind(text), text
-        return kind(os.path.join(self.folder, f"{kind.__name__}.txt"), text), text
+        return open_editor(kind, self.folder, text), text
 
-    def flip(self, field, texts, clipboard=None):
+    def flip(self, field, texts, clipboard):
         """Once, until a flip was made of it. `texts` are the field's text and its conversion."""
         for _ in range(ATTEMPTS):
             last = self.velmorin.flip_once(DONE, "Same text", hold_alt=self.random.random() < 0.3)
             assert not X.held_keys(), "a key is left down"
-            if clipboard is not None:
-                wait_until(lambda: Clipboard.get() == clipboard, "the clipboard as it was")
+            wait_until(lambda: Clipboard.get() == clipboard, "the clipboard as it was")
             self.velmorin.ready_again()
             if DONE in last[-1]:
                 field.expect(texts[1])
