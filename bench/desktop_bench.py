@@ -403,7 +403,7 @@ def footprints(binaries, keyboard, folder):
 
 
 def whole_processes(folder):
-    """Perl and Python, a million characters from one file to another, in nanoseconds a character."""
+    """Perl and Python, a million characters from a file to another, in nanoseconds a character."""
     text = "hgsghk ugdlk\n" * 76924
     source = Path(folder, "text")
     source.write_text(text, encoding="utf-8")
