@@ -133,7 +133,7 @@ void AtSpiBus::startConnecting() {
     if (m_connecting.valid()) {
         return;
     }
-    m_busName = QStringLiteral("velmorin-a11y-%1").arg(++s_connections);
+    m_busName = QStringLiteral("velmorin-a11y-%1").arg(++connectionCount);
     std::promise<Connected> promise;
     m_connecting = promise.get_future();
     // Detached, not joined: a bus daemon that hangs must not keep the program from ending.

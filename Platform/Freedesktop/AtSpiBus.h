@@ -88,7 +88,7 @@ private:
     std::optional<QDBusConnection> m_bus;
     std::future<Connected> m_connecting;
     bool m_enabled = false;
-    static inline int s_connections = 0; ///< QtDBus knows each by a name of its own.
+    static inline int connectionCount = 0; ///< QtDBus knows each by a name of its own.
     QString m_busName;
 };
 
