@@ -25,7 +25,7 @@ public:
     enum class Toolkit { gtk, qt };
     enum class Writes {
         carriedOut,
-        acceptedOnly,
+        acceptedOnly, ///< What is to be written; deletions are carried out.
         refused,
         truncated,         ///< All of the text is cut to two characters.
         shortened,         ///< What is inserted is cut to two characters.
@@ -160,8 +160,11 @@ private:
     }
 
     QVariant write(const QString& member, const QVariantList& in) {
-        if (writes == Writes::refused || writes == Writes::acceptedOnly) {
-            return writes == Writes::acceptedOnly;
+        if (writes == Writes::refused) {
+            return false;
+        }
+        if (writes == Writes::acceptedOnly && member != QStringLiteral("DeleteText")) {
+            return true;
         }
         if (member == QStringLiteral("SetTextContents")) {
             const QString text = in.at(0).toString();
