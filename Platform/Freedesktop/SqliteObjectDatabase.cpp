@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QStringList>
+#include <QThread>
 
 #include <algorithm>
 #include <chrono>
@@ -279,7 +280,12 @@ int SqliteObjectDatabase::openFile() {
     if (m_database->isReadOnly()) { // some files turn out to be of a later format
         return SQLITE_READONLY;
     }
-    const int code = m_database->run("PRAGMA journal_mode = WAL").code;
+    // Of connections that change the mode at once, some are refused without their busy handler.
+    int code = m_database->run("PRAGMA journal_mode = WAL").code;
+    while ((code & 0xff) == SQLITE_BUSY && !m_deadline.hasExpired()) {
+        QThread::msleep(1);
+        code = m_database->run("PRAGMA journal_mode = WAL").code;
+    }
     return code == SQLITE_OK ? m_database->run("PRAGMA synchronous = FULL").code : code;
 }
 

@@ -80,23 +80,24 @@ TEST_F(SqliteObjectDatabaseTest, isForTheUserAlone) {
 }
 
 TEST_F(SqliteObjectDatabaseTest, processesWriteSideBySide) {
-    const auto writer = [this](const Process::Report&) {
-        SqliteObjectDatabase database(path);
-        bool isRight = database.createTable(thingSchema); // all of them at once
-        for (int i = 0; i < 100; ++i) {
-            isRight = isRight && insertPair(database, i);
-        }
-        return isRight;
-    };
-    Process first(writer);
-    Process second(writer);
-    Process third(writer);
-    EXPECT_TRUE(first.isRight());
-    EXPECT_TRUE(second.isRight());
-    EXPECT_TRUE(third.isRight());
-    SqliteObjectDatabase database(path);
-    ASSERT_TRUE(database.createTable(thingSchema));
-    EXPECT_EQ(count(database), 600);
+    for (int round = 0; round < 40; ++round) { // a clash needs chance
+        const QString file = path + QString::number(round);
+        const auto writer = [&](const Process::Report&) {
+            SqliteObjectDatabase database(file);
+            bool isRight = database.createTable(thingSchema); // all of them at once
+            for (int i = 0; i < 10; ++i) {
+                isRight = isRight && insertPair(database, i);
+            }
+            return isRight;
+        };
+        Process first(writer);
+        Process second(writer);
+        Process third(writer);
+        ASSERT_TRUE(first.isRight() && second.isRight() && third.isRight()) << round;
+        SqliteObjectDatabase database(file);
+        ASSERT_TRUE(database.createTable(thingSchema));
+        EXPECT_EQ(count(database), 60);
+    }
 }
 
 TEST_F(SqliteObjectDatabaseTest, whatWasCommittedSurvivesAKill) {
