@@ -23,7 +23,7 @@ public:
 
     bool setString(const QString& text, const QString& type) override {
         m_journal.append(QStringLiteral("setString ") + text);
-        if (m_refusesStrings || !isPlainText(type)) {
+        if (!isPlainText(type)) {
             return false;
         }
         copyElsewhere(text);
@@ -42,9 +42,6 @@ public:
         ++m_changeCount;
     }
 
-    /// Makes `setString` fail, as when another application does not let go of the pasteboard.
-    void refuseStrings(bool refuse) { m_refusesStrings = refuse; }
-
     /// What is there, without a line in the journal.
     [[nodiscard]] const std::optional<QString>& text() const { return m_text; }
 
@@ -58,7 +55,6 @@ private:
 
     std::optional<QString> m_text;
     qint64 m_changeCount = 0;
-    bool m_refusesStrings = false;
     QStringList m_journal;
 };
 

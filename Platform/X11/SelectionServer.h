@@ -29,9 +29,9 @@ public:
     /// Forgets all texts and answers no more requests.
     void drop();
 
-    /// Gives the text to the session's clipboard manager (`SAVE_TARGETS` of the freedesktop.org
-    /// clipboard manager specification 0.1), so that it outlives this process. Returns when the
-    /// manager has it, at once without a manager or a text, and at `deadline` at the latest.
+    /// Gives the text to the session's clipboard manager (freedesktop.org's ClipboardManager,
+    /// `SAVE_TARGETS`), so that it outlives this process. Returns when the manager has it, at once
+    /// without a manager or a text, and at `deadline` at the latest.
     void handOver(const QDeadlineTimer& deadline);
 
     /// The text that is being served.

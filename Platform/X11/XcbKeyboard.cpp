@@ -45,6 +45,11 @@ const KeyPosition* positionOf(quint16 virtualKey) {
     return found == kPositions.end() ? nullptr : found;
 }
 
+XcbPtr<xcb_xkb_get_state_reply_t> keyboardState(const XcbConnection& connection) {
+    return XcbPtr<xcb_xkb_get_state_reply_t>(xcb_xkb_get_state_reply(
+        connection.get(), xcb_xkb_get_state(connection.get(), XCB_XKB_ID_USE_CORE_KBD), nullptr));
+}
+
 /// There are two keysyms for some characters. Keys of the keypad are not meant.
 bool isSameCharacter(xkb_keysym_t first, xkb_keysym_t second) {
     const bool isKeypad = first >= XKB_KEY_KP_Space && first <= XKB_KEY_KP_Equal;
@@ -203,9 +208,7 @@ XcbKeyboard::companionOf(const std::vector<xcb_keycode_t>& held) const {
 }
 
 bool XcbKeyboard::isCommandOn() const {
-    const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
-        m_connection->get(), xcb_xkb_get_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD),
-        nullptr));
+    const auto state = keyboardState(*m_connection);
     const std::array alt{xkb_keysym_t{XKB_KEY_Alt_L}, xkb_keysym_t{XKB_KEY_Alt_R}};
     return state && (state->mods & XCB_MOD_MASK_CONTROL) != 0 &&
            (state->mods & modifierMask(alt)) == 0;
@@ -213,9 +216,7 @@ bool XcbKeyboard::isCommandOn() const {
 
 XcbKeyboard::Locks XcbKeyboard::locks() const {
     const std::array numLock{xkb_keysym_t{XKB_KEY_Num_Lock}};
-    const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
-        m_connection->get(), xcb_xkb_get_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD),
-        nullptr));
+    const auto state = keyboardState(*m_connection);
     return state ? Locks{static_cast<uint8_t>(state->lockedMods & ~modifierMask(numLock)),
                          state->lockedGroup}
                  : Locks{};
@@ -378,9 +379,7 @@ bool XcbKeyboard::bearsInAnyLayout(xcb_keycode_t key, std::span<const xkb_keysym
 }
 
 xkb_layout_index_t XcbKeyboard::activeLayout() const {
-    const XcbPtr<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
-        m_connection->get(), xcb_xkb_get_state(m_connection->get(), XCB_XKB_ID_USE_CORE_KBD),
-        nullptr));
+    const auto state = keyboardState(*m_connection);
     return state ? state->group : xkb_layout_index_t{0};
 }
 

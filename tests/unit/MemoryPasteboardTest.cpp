@@ -17,18 +17,5 @@ private:
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, PasteboardContract, MemoryPort);
 
-TEST(MemoryPasteboard, refusedStringChangesNothing) {
-    const QString plainText = QLatin1String(NSPasteboardTypeString);
-    MemoryPasteboard pasteboard;
-    pasteboard.copyElsewhere(QStringLiteral("kept"));
-    pasteboard.refuseStrings(true);
-    EXPECT_FALSE(pasteboard.setString(QStringLiteral("new"), plainText));
-    EXPECT_EQ(pasteboard.string(plainText), QStringLiteral("kept"));
-    EXPECT_EQ(pasteboard.changeCount(), 1);
-    EXPECT_EQ(pasteboard.journal(),
-              QStringList({QStringLiteral("setString new"), QStringLiteral("string"),
-                           QStringLiteral("changeCount")}));
-}
-
 } // namespace
 } // namespace velmorin

@@ -16,14 +16,5 @@ private:
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, UserDefaultsContract, MemoryPort);
 
-TEST(MemoryUserDefaults, journalLeavesOutWhatWasRefused) {
-    MemoryUserDefaults defaults;
-    defaults.set(QStringLiteral("a"), 1);
-    defaults.set(QStringLiteral("a"), QPoint());
-    defaults.set(QStringLiteral("a"), QVariant());
-    EXPECT_EQ(defaults.journal(),
-              QStringList({QStringLiteral("set a"), QStringLiteral("remove a")}));
-}
-
 } // namespace
 } // namespace velmorin
