@@ -115,6 +115,12 @@ class X:
             cls.lib.XkbLockGroup(display, 0x100, group)
 
     @classmethod
+    def set_repeat(cls, delay, interval):
+        """How soon and how often a key that is held repeats, in milliseconds."""
+        with cls.display() as display:
+            cls.lib.XkbSetAutoRepeatRate(display, 0x100, delay, interval)
+
+    @classmethod
     def grab_keyboard(cls):
         """Takes all keys, as a menu or a screen locker does, until release_keyboard()."""
         display = ctypes.c_void_p(cls.lib.XOpenDisplay(None))
@@ -200,32 +206,28 @@ class Velmorin:
         """The log's lines without their time stamps."""
         return [line.split("] ", 1)[1] for line in self.lines[after:]]
 
-    def flip(self, end, hold_alt=False):
+    def flip(self, end, held=()):
         """Presses the hotkey and waits for the line that ends the flip. Gives the flip's lines.
 
         An editor on a busy machine may take longer to copy than a flip waits; the flip then ends
         with nothing changed, and is tried again, as its user would."""
         for _ in range(5):
-            lines = self.flip_once(end, hold_alt=hold_alt)
+            lines = self.flip_once(end, held=held)
             if end in lines[-1]:
                 return lines
             self.ready_again()
         raise AssertionError(f"no flip of five ended in {end!r}; the last one: {lines}")
 
-    def flip_once(self, *ends, hold_alt=False):
+    def flip_once(self, *ends, held=()):
         """Presses the hotkey and waits for a line with one of the ends, or that nothing was
-        copied. Gives the flip's lines."""
+        copied. Gives the flip's lines. The held keys, of space and alt, are down throughout."""
         start = len(self.lines)
-        xdotool("keydown", "alt")
-        xdotool("keydown", "space")
+        xdotool("keydown", "alt", "space")
         # The keys are let go when the press was seen, as a hand would.
         self.wait_for("⌥Space pressed!", after=start)
-        xdotool("keyup", "space")
-        if not hold_alt:
-            xdotool("keyup", "alt")
+        xdotool("keyup", *(key for key in ("space", "alt") if key not in held))
         self.wait_for(*ends, NOTHING_COPIED, after=start)
-        if hold_alt:
-            xdotool("keyup", "alt")
+        xdotool("keyup", *held)
         return self.messages(start)
 
     def ready_again(self):

@@ -7,7 +7,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "tools"))
-from desktop_driver import Clipboard, Qt6Field, Velmorin, X  # noqa: E402
+from desktop_driver import Clipboard, Qt6Field, Velmorin, X, xdotool  # noqa: E402
 
 PROGRAM = os.environ["VELMORIN_PROGRAM"]
 DIRECT = "FLIP DONE (AX)"
@@ -21,6 +21,7 @@ class DesktopTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
+        self.addCleanup(xdotool, "keyup", "space", "alt")
         self.folder = folder.name
         # Each test begins with a fresh installation.
         self.configuration = os.path.join(self.folder, "config", "velmorin")

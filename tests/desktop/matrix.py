@@ -366,7 +366,7 @@ class Condition:
     keys: tuple = ()
     locks: tuple = ()
     group: int = 0
-    hold_alt: bool = False
+    held: tuple = ()
     layouts: str = ""
     clipboard: str | bytes | None = "before"
     manager: bool = False
@@ -379,7 +379,7 @@ CONDITIONS = [
               keys=("ctrl+End", *["shift+Left"] * len(WORD))),  # fmt: skip
     Condition("Arabic to Latin", to_arabic(WORD), WORD, group=1),
     Condition("Arabic layout only", to_arabic(WORD), WORD, layouts="ara"),
-    Condition("Alt held", hold_alt=True),
+    Condition("Alt held", held=("alt",)),
     Condition("Caps and Num Lock", locks=("Caps_Lock", "Num_Lock")),
     Condition("marks, emoji, CR LF, RLM", MIXED),
     Condition("100,000 characters", LONG),
@@ -447,7 +447,7 @@ def flip_cell(velmorin, row, condition, arguments):
             X.lock_group(condition.group)
             cleanup.append(lambda: X.lock_group(0))
             start = len(velmorin.lines)
-            lines = velmorin.flip_once("FLIP DONE", "Same text", hold_alt=condition.hold_alt)
+            lines = velmorin.flip_once("FLIP DONE", "Same text", held=condition.held)
             if arguments.verbose:
                 print(*velmorin.lines[start:], sep="\n", flush=True)
             path = "direct" if "(AX)" in lines[-1] else "clipboard"
