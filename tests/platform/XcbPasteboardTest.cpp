@@ -3,6 +3,7 @@
 
 #include "Platform/Qt/QtMainQueue.h"
 #include "tests/contracts/PasteboardContract.h"
+#include "tests/platform/ForeignClient.h"
 #include "tests/platform/XUser.h"
 
 #include <QElapsedTimer>
@@ -11,27 +12,18 @@
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <thread>
-
-#include <poll.h>
 
 namespace velmorin {
 namespace {
 
 using namespace std::chrono_literals;
+using test::ForeignClient;
 using test::waitUntil;
 
 const QString kPlainText = QLatin1String(NSPasteboardTypeString);
 
 /// Larger than one request carries, in both directions.
-QString longArabicText() {
-    QString text;
-    while (text.size() < 1'000'000) {
-        text += QStringLiteral("لا اله ثممخ ");
-    }
-    text.truncate(1'000'000);
-    return text;
-}
+const QString kLongText = QStringLiteral("لا اله ثممخ ").repeated(100'000);
 
 /// The xclip program on the clipboard: another application, in a process of its own.
 class Xclip {
@@ -148,25 +140,23 @@ TEST_F(XcbPasteboardTest, ClearedHasAnOwnerButNoContents) {
 }
 
 TEST_F(XcbPasteboardTest, SendsALongTextToSeveralReadersAtOnce) {
-    const QString text = longArabicText();
-    set(text);
+    set(kLongText);
     const QStringList arguments{QStringLiteral("-o"), QStringLiteral("-t"),
                                 QStringLiteral("UTF8_STRING")};
     Xclip first(arguments);
     Xclip second(arguments);
-    EXPECT_EQ(first.output(), text.toUtf8());
-    EXPECT_EQ(second.output(), text.toUtf8());
+    EXPECT_EQ(first.output(), kLongText.toUtf8());
+    EXPECT_EQ(second.output(), kLongText.toUtf8());
 }
 
 TEST_F(XcbPasteboardTest, ReceivesALongText) {
-    const QString text = longArabicText();
-    const auto owner = Xclip::copy(m_pasteboard, text.toUtf8());
-    EXPECT_EQ(read(), text);
-    EXPECT_EQ(read(), text);
+    const auto owner = Xclip::copy(m_pasteboard, kLongText.toUtf8());
+    EXPECT_EQ(read(), kLongText);
+    EXPECT_EQ(read(), kLongText);
 }
 
 TEST_F(XcbPasteboardTest, AStoppedOwnerCostsABoundedWaitAndLaterReadsAreRight) {
-    for (const QString& text : {QStringLiteral("short"), longArabicText()}) {
+    for (const QString& text : {QStringLiteral("short"), kLongText}) {
         const auto owner = Xclip::copy(m_pasteboard, text.toUtf8());
         owner->signal(SIGSTOP);
         EXPECT_EQ(read(), std::nullopt);
@@ -244,68 +234,19 @@ private:
     xcb_window_t m_window = makeWindow(*m_connection);
 };
 
-/// A clipboard manager on a thread of its own, which saves one text when it is asked to.
-class ClipboardManager {
-public:
-    ClipboardManager() : m_connection(XcbConnection::open()) {
-        xcb_set_selection_owner(m_connection->get(), m_connection->window(), m_manager,
-                                m_connection->serverTime());
-        m_connection->flush();
-        m_thread = std::thread([this] { save(); });
-    }
-    ~ClipboardManager() { m_thread.join(); }
-    Q_DISABLE_COPY_MOVE(ClipboardManager)
-
-    QByteArray saved() {
-        m_thread.join();
-        m_thread = std::thread([] {});
-        return m_saved;
-    }
-
-private:
-    [[nodiscard]] XcbEvent next(uint8_t type) const {
-        return m_connection->waitFor(
-            [type](const xcb_generic_event_t& event) { return eventType(event) == type; }, 10s);
-    }
-
-    void save() {
-        const XcbEvent asked = next(XCB_SELECTION_REQUEST);
-        if (!asked) {
-            return;
-        }
-        const auto& request = eventAs<xcb_selection_request_event_t>(*asked);
-        xcb_connection_t* c = m_connection->get();
-        xcb_convert_selection(c, m_connection->window(), m_connection->atom("CLIPBOARD"),
-                              m_connection->atom("UTF8_STRING"), m_property, XCB_CURRENT_TIME);
-        if (next(XCB_SELECTION_NOTIFY)) {
-            m_saved = m_connection->property(m_connection->window(), m_property, 1024).bytes;
-        }
-        const xcb_selection_notify_event_t done{XCB_SELECTION_NOTIFY,
-                                                0,
-                                                0,
-                                                request.time,
-                                                request.requestor,
-                                                request.selection,
-                                                request.target,
-                                                request.property};
-        char event[32] = {}; // the size of every event on the wire
-        std::memcpy(event, &done, sizeof done);
-        xcb_send_event(c, 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event);
-        m_connection->flush();
-    }
-
-    std::shared_ptr<XcbConnection> m_connection;
-    xcb_atom_t m_manager = m_connection->atom("CLIPBOARD_MANAGER");
-    xcb_atom_t m_property = m_connection->atom("SAVED");
-    QByteArray m_saved;
-    std::thread m_thread;
-};
-
 TEST_F(XcbPasteboardTest, ItsTextOutlivesTheProgramWhereThereIsAManager) {
     set(QStringLiteral("the user's"));
-    ClipboardManager manager;
-    EXPECT_TRUE(QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit"));
-    EXPECT_EQ(manager.saved(), "the user's");
+    QByteArray saved;
+    {
+        const ForeignClient manager(
+            [&](ForeignClient& self, const ForeignClient::Request& request) {
+                saved = self.paste();
+                self.notify(request, request.property);
+            },
+            "CLIPBOARD_MANAGER");
+        EXPECT_TRUE(QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit"));
+    }
+    EXPECT_EQ(saved, "the user's");
 }
 
 TEST_F(XcbPasteboardTest, AnswersSeveralTargetsInOneRequest) {
@@ -359,7 +300,7 @@ TEST_F(XcbPasteboardTest, ALateReaderGetsTheTextOfItsTime) {
 }
 
 TEST_F(XcbPasteboardTest, AReaderThatTakesNothingIsDropped) {
-    set(longArabicText());
+    set(kLongText);
     Requestor client;
     const auto nextPiece = [&] { // the answer to a later request comes after the piece
         EXPECT_TRUE(client.ask("TIMESTAMP", "LATER"));
@@ -378,8 +319,7 @@ TEST_F(XcbPasteboardTest, AReaderThatTakesNothingIsDropped) {
 }
 
 TEST_F(XcbPasteboardTest, AReaderThatVanishesHarmsNobody) {
-    const QString text = longArabicText();
-    set(text);
+    set(kLongText);
     {
         Requestor destroyed;
         Requestor disconnected;
@@ -389,130 +329,41 @@ TEST_F(XcbPasteboardTest, AReaderThatVanishesHarmsNobody) {
         std::ignore = disconnected.take("A");
         destroyed.destroyWindow();
     }
-    EXPECT_EQ(paste(), text.toUtf8());
+    EXPECT_EQ(paste(), kLongText.toUtf8());
 }
 
-/// An owner whose every answer is written by the test, on a connection and a thread of its own.
-class ForeignOwner {
-public:
-    using Request = xcb_selection_request_event_t;
-    using Answer = std::function<void(ForeignOwner&, const Request&)>;
-    /// The next piece of an INCR transfer; none to send no more.
-    using NextPiece = std::function<std::optional<QByteArray>()>;
-
-    explicit ForeignOwner(Answer answer) : m_answer(std::move(answer)) {
-        const auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_c)).data;
-        const xcb_window_t window = xcb_generate_id(m_c);
-        xcb_create_window(m_c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 1, 1, 0,
-                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
-        xcb_set_selection_owner(m_c, window, atom("CLIPBOARD"), XCB_CURRENT_TIME);
-        std::ignore = atom("done"); // a round trip
-        m_thread = std::thread([this] { run(); });
-    }
-    ~ForeignOwner() {
-        m_isStopping = true;
-        m_thread.join();
-        xcb_disconnect(m_c);
-    }
-
-    [[nodiscard]] xcb_atom_t atom(const char* name) const {
-        const XcbPtr<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-            m_c, xcb_intern_atom(m_c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr));
-        return reply->atom;
-    }
-    void put(const Request& request, xcb_atom_t type, const QByteArray& bytes,
-             uint8_t format = 8) const {
-        xcb_change_property(m_c, XCB_PROP_MODE_REPLACE, request.requestor, request.property, type,
-                            format, static_cast<uint32_t>(bytes.size() / (format / 8)),
-                            bytes.constData());
-    }
-    void notify(const Request& request, xcb_atom_t property) const {
-        char event[32] = {};
-        const xcb_selection_notify_event_t notify{
-            XCB_SELECTION_NOTIFY, 0,       0, request.time, request.requestor, request.selection,
-            request.target,       property};
-        std::memcpy(event, &notify, sizeof notify);
-        xcb_send_event(m_c, 0, request.requestor, 0, event);
-    }
-    void deliver(const Request& request, xcb_atom_t type, const QByteArray& bytes,
-                 uint8_t format = 8) const {
-        put(request, type, bytes, format);
-        notify(request, request.property);
-    }
-    void sendPieces(const Request& request, xcb_atom_t type, NextPiece next) {
-        const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-        xcb_change_window_attributes(m_c, request.requestor, XCB_CW_EVENT_MASK, &mask);
-        m_nextPiece = std::move(next);
-        m_pieceType = type;
-        m_transfer = request;
-        deliver(request, atom("INCR"), QByteArray("\xff\xff\xff\x7f", 4), 32);
-    }
-
-private:
-    void run() {
-        while (!m_isStopping) {
-            pollfd descriptor{xcb_get_file_descriptor(m_c), POLLIN, 0};
-            ::poll(&descriptor, 1, 10);
-            while (const XcbEvent event{xcb_poll_for_event(m_c)}) {
-                handle(*event);
-                xcb_flush(m_c);
-            }
-        }
-    }
-    void handle(const xcb_generic_event_t& event) {
-        if (eventType(event) == XCB_SELECTION_REQUEST) {
-            m_answer(*this, eventAs<Request>(event));
-        }
-        const auto& change = eventAs<xcb_property_notify_event_t>(event);
-        if (eventType(event) == XCB_PROPERTY_NOTIFY && change.state == XCB_PROPERTY_DELETE &&
-            m_nextPiece && change.atom == m_transfer.property) {
-            if (const std::optional<QByteArray> piece = m_nextPiece()) {
-                put(m_transfer, m_pieceType, *piece);
-            }
-        }
-    }
-
-    xcb_connection_t* m_c = xcb_connect(nullptr, nullptr);
-    Answer m_answer;
-    NextPiece m_nextPiece;
-    xcb_atom_t m_pieceType = XCB_ATOM_NONE;
-    Request m_transfer{};
-    std::atomic<bool> m_isStopping = false;
-    std::thread m_thread;
-};
-
-ForeignOwner::NextPiece pieces(std::vector<std::optional<QByteArray>> list) {
+ForeignClient::NextPiece pieces(std::vector<std::optional<QByteArray>> list) {
     return [list = std::move(list), next = size_t{0}]() mutable {
         return next < list.size() ? list[next++] : std::nullopt;
     };
 }
 
 TEST_F(XcbPasteboardTest, BelievesNoOwner) {
-    using Owner = ForeignOwner;
-    using Request = ForeignOwner::Request;
+    using Request = ForeignClient::Request;
     const auto deliver = [](const QByteArray& bytes, uint8_t format = 8) {
-        return [=](Owner& o, const Request& r) { o.deliver(r, r.target, bytes, format); };
+        return [=](ForeignClient& o, const Request& r) { o.deliver(r, r.target, bytes, format); };
     };
     const auto notify = [](bool isDelivered) {
-        return [=](Owner& o, const Request& r) {
+        return [=](ForeignClient& o, const Request& r) {
             o.notify(r, isDelivered ? r.property : xcb_atom_t{XCB_ATOM_NONE});
         };
     };
-    const auto send = [](const ForeignOwner::NextPiece& next, xcb_atom_t type = XCB_ATOM_NONE) {
-        return [=](Owner& o, const Request& r) {
+    const auto send = [](const ForeignClient::NextPiece& next, xcb_atom_t type = XCB_ATOM_NONE) {
+        return [=](ForeignClient& o, const Request& r) {
             o.sendPieces(r, type == XCB_ATOM_NONE ? r.target : type, next);
         };
     };
     const QByteArray end("");
     const struct {
         const char* name;
-        Owner::Answer answer;
+        ForeignClient::Answer answer;
         std::optional<QString> expected = std::nullopt;
     } cases[] = {
-        {"never answers", [](Owner&, const Request&) {}},
+        {"never answers", [](ForeignClient&, const Request&) {}},
         {"refuses all", notify(false)},
         {"writes nothing", notify(true)},
-        {"other type", [](Owner& o, const Request& r) { o.deliver(r, XCB_ATOM_PIXMAP, "abcd"); }},
+        {"other type",
+         [](ForeignClient& o, const Request& r) { o.deliver(r, XCB_ATOM_PIXMAP, "abcd"); }},
         {"format 16", deliver("abcd", 16)},
         {"invalid UTF-8", deliver("ab\xff")},
         {"cut off UTF-8", deliver("ab\xd8")},
@@ -520,7 +371,7 @@ TEST_F(XcbPasteboardTest, BelievesNoOwner) {
         {"empty", deliver(end), QStringLiteral("")},
         {"byte order mark", deliver(QByteArray("\xef\xbb\xbf") + "a"), QStringLiteral("\uFEFFa")},
         {"Latin-1 only",
-         [](Owner& o, const Request& r) {
+         [](ForeignClient& o, const Request& r) {
              r.target == XCB_ATOM_STRING ? o.deliver(r, r.target, "\xe9")
                                          : o.notify(r, XCB_ATOM_NONE);
          },
@@ -533,7 +384,7 @@ TEST_F(XcbPasteboardTest, BelievesNoOwner) {
         {"a flood", send([] { return QByteArray(4 << 20, 'x'); })},
     };
     for (const auto& [name, answer, expected] : cases) {
-        const ForeignOwner owner(answer);
+        const ForeignClient owner(answer);
         EXPECT_EQ(read(), expected) << name;
         EXPECT_EQ(read(), expected) << name << ", again";
     }
@@ -542,8 +393,8 @@ TEST_F(XcbPasteboardTest, BelievesNoOwner) {
 }
 
 TEST_F(XcbPasteboardTest, ALateAnswerIsNotTakenForALaterOne) {
-    std::optional<ForeignOwner::Request> first;
-    const ForeignOwner owner([&](ForeignOwner& self, const ForeignOwner::Request& request) {
+    std::optional<ForeignClient::Request> first;
+    const ForeignClient owner([&](ForeignClient& self, const ForeignClient::Request& request) {
         if (!first) {
             first = request;
             return;
@@ -564,9 +415,9 @@ TEST_F(XcbPasteboardTest, ALateAnswerIsNotTakenForALaterOne) {
 }
 
 TEST_F(XcbPasteboardTest, ALateOwnerIsRidOfItsPieces) {
-    std::optional<ForeignOwner::Request> first;
+    std::optional<ForeignClient::Request> first;
     std::atomic<int> piecesLeft = 10;
-    const ForeignOwner owner([&](ForeignOwner& self, const ForeignOwner::Request& request) {
+    const ForeignClient owner([&](ForeignClient& self, const ForeignClient::Request& request) {
         if (!first) {
             first = request;
             return;
