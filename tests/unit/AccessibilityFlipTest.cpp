@@ -13,117 +13,65 @@ const QString value = QStringLiteral("AXValue");
 const QString hello = QStringLiteral("hello");
 const QString helloInArabic = QStringLiteral("\u0627\u062B\u0643\u0643\u062E");
 
+/// A line of the log, and what the focused element was asked for until then.
+struct Outcome {
+    std::string line;
+    QStringList asked;
+};
+const QString copySelected = QStringLiteral("copy AXSelectedText");
+const QString copyValue = QStringLiteral("copy AXValue");
+const QString setSelected = QStringLiteral("set AXSelectedText");
+const QString setValue = QStringLiteral("set AXValue");
+const Outcome selectedOk{"  AX set selected: OK", {copySelected, setSelected}};
+const Outcome selectedFail{"  AX set selected: FAIL", {copySelected, setSelected}};
+const Outcome selectedSame{"  Same after convert", {copySelected}};
+const Outcome valueOk{"  AX set value: OK", {copySelected, copyValue, setValue}};
+const Outcome valueFail{"  AX set value: FAIL", {copySelected, copyValue, setValue}};
+const Outcome valueSame{"  Same after convert", {copySelected, copyValue}};
+const Outcome neither{"  No text attributes", {copySelected, copyValue}};
+
 TEST(AccessibilityFlip, EachOutcomeHasItsLineAndTouchesOnlyItsAttribute) {
-    struct Case {
-        const char* name;
-        QHash<QString, Attribute> attributes;
-        FlipMode mode;
-        std::string line;
-        bool converted;
-        QStringList asked; ///< Of the focused element.
-    };
+    const Attribute digits{QStringLiteral("123")};
     const Attribute unreadable{hello, AXError::cannotComplete};
     const Attribute unwritable{hello, AXError::success, AXError::failure};
     const Attribute empty{QString()};
-    const QString copySelected = QStringLiteral("copy AXSelectedText");
-    const QString copyValue = QStringLiteral("copy AXValue");
-    const QString setSelected = QStringLiteral("set AXSelectedText");
-    const QString setValue = QStringLiteral("set AXValue");
-    const Case cases[] = {
-        {"selection",
-         {{selectedText, {hello}}, {value, {QStringLiteral("hello world")}}},
-         FlipMode::auto_,
-         "  AX set selected: OK",
-         true,
-         {copySelected, setSelected}},
-        {"selection of Arabic",
-         {{selectedText, {helloInArabic}}},
-         FlipMode::forceEnglish,
-         "  AX set selected: OK",
-         true,
-         {copySelected, setSelected}},
-        {"selection not written",
-         {{selectedText, unwritable}, {value, {hello}}},
-         FlipMode::auto_,
-         "  AX set selected: FAIL",
-         false,
-         {copySelected, setSelected}},
-        {"selection of digits",
-         {{selectedText, {QStringLiteral("123")}}, {value, {hello}}},
-         FlipMode::auto_,
-         "  Same after convert",
-         false,
-         {copySelected}},
-        {"selection already Arabic",
-         {{selectedText, {helloInArabic}}, {value, {hello}}},
-         FlipMode::forceArabic,
-         "  Same after convert",
-         false,
-         {copySelected}},
-        {"no selection",
-         {{selectedText, empty}, {value, {hello}}},
-         FlipMode::auto_,
-         "  AX set value: OK",
-         true,
-         {copySelected, copyValue, setValue}},
-        {"selection unreadable",
-         {{selectedText, unreadable}, {value, {hello}}},
-         FlipMode::auto_,
-         "  AX set value: OK",
-         true,
-         {copySelected, copyValue, setValue}},
-        {"selection missing, value not written",
-         {{value, unwritable}},
-         FlipMode::auto_,
-         "  AX set value: FAIL",
-         false,
-         {copySelected, copyValue, setValue}},
-        {"selection no string, value of digits",
-         {{selectedText, {12}}, {value, {QStringLiteral("123")}}},
-         FlipMode::auto_,
-         "  Same after convert",
-         false,
-         {copySelected, copyValue}},
-        {"value a number",
-         {{value, {0.5}}},
-         FlipMode::auto_,
-         "  No text attributes",
-         false,
-         {copySelected, copyValue}},
-        {"bytes and nothing at all",
-         {{selectedText, {QByteArray("hello")}}, {value, {QVariant()}}},
-         FlipMode::auto_,
-         "  No text attributes",
-         false,
-         {copySelected, copyValue}},
-        {"value unreadable",
-         {{selectedText, empty}, {value, unreadable}},
-         FlipMode::auto_,
-         "  No text attributes",
-         false,
-         {copySelected, copyValue}},
-        {"value empty",
-         {{selectedText, empty}, {value, empty}},
-         FlipMode::auto_,
-         "  No text attributes",
-         false,
-         {copySelected, copyValue}},
+    const Attribute missing{{}, AXError::attributeUnsupported};
+    const struct {
+        Attribute selectedText;
+        Attribute value;
+        Outcome outcome;
+        FlipMode mode = FlipMode::auto_;
+    } cases[] = {
+        {{hello}, {QStringLiteral("hello world")}, selectedOk},
+        {{helloInArabic}, missing, selectedOk, FlipMode::forceEnglish},
+        {unwritable, {hello}, selectedFail},
+        {digits, {hello}, selectedSame},
+        {{helloInArabic}, {hello}, selectedSame, FlipMode::forceArabic},
+        {empty, {hello}, valueOk},
+        {unreadable, {hello}, valueOk},
+        {missing, unwritable, valueFail},
+        {{12}, digits, valueSame},
+        {missing, {0.5}, neither},
+        {{QByteArray("hello")}, {QVariant()}, neither},
+        {empty, unreadable, neither},
+        {empty, empty, neither},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         FlipFixture f;
         MemoryAccessibility& accessibility = *f.platform.accessibility;
-        accessibility.attributes = c.attributes;
-        EXPECT_EQ(f.delegate->tryAXFlip(c.mode), c.converted);
-        EXPECT_EQ(f.messages(), Messages{c.line});
+        accessibility.attributes = {{selectedText, c.selectedText}, {value, c.value}};
+        const bool isDone = c.outcome.line.ends_with("OK");
+        EXPECT_EQ(f.delegate->tryAXFlip(c.mode), isDone);
+        EXPECT_EQ(f.messages(), Messages{c.outcome.line});
         EXPECT_EQ(accessibility.journal(),
-                  QStringList{QStringLiteral("copy AXFocusedUIElement")} + c.asked);
-        for (const QString& attribute : {selectedText, value}) {
-            const bool written =
-                c.converted && c.asked.contains(QStringLiteral("set ") + attribute);
-            const QVariant before = c.attributes[attribute].value;
+                  QStringList{QStringLiteral("copy AXFocusedUIElement")} + c.outcome.asked);
+        for (const auto& [attribute, before] :
+             {std::pair(selectedText, c.selectedText.value), std::pair(value, c.value.value)}) {
+            const bool isWritten =
+                isDone && c.outcome.asked.contains(QStringLiteral("set ") + attribute);
             const QVariant after = before == hello ? helloInArabic : hello;
-            EXPECT_EQ(accessibility.attributes[attribute].value, written ? after : before);
+            EXPECT_EQ(accessibility.attributes[attribute].value, isWritten ? after : before);
         }
     }
 }

@@ -22,16 +22,22 @@ const Messages pasted{"  ⌘A",
 const Messages nothingCopied{"  ⌘A", "  ⌘C", "  Clipboard: changed=false, len=0",
                              "  Nothing copied"};
 
-TEST(ClipboardFlip, EachEndingHasItsLinesAndLeavesTheClipboardAsDefined) {
-    struct Case {
-        const char* name;
-        std::optional<QString> saved;
-        QString field;
-        FlipMode mode;
-        Messages lines;
-        QString fieldAfter;
-        QString clipboardAfter;
+class ClipboardFlip : public testing::Test {
+protected:
+    void start(FlipFixture& f, FlipMode mode = FlipMode::auto_) {
+        f.delegate->flipInProgress = true;
+        f.delegate->clipboardFlip(mode);
+    }
+    /// With a text in the field and another one on the clipboard.
+    struct Fixture : FlipFixture {
+        Fixture() {
+            platform.pasteboard->copyElsewhere(earlier);
+            field = hello;
+        }
     };
+};
+
+TEST_F(ClipboardFlip, EachEndingHasItsLinesAndLeavesTheClipboardAsDefined) {
     const Messages sameText{"  ⌘A", "  ⌘C", "  Clipboard: changed=true, len=3", "  Same text"};
     const QString arabicDigits = QStringLiteral("\u0661\u0662\u0663");
     Messages pastedDigits = pasted;
@@ -39,33 +45,33 @@ TEST(ClipboardFlip, EachEndingHasItsLinesAndLeavesTheClipboardAsDefined) {
     // A letter with a mark is one character of two UTF-16 units, and no key types it.
     const QString marked = QStringLiteral("a\u0301hell");
     const QString markedInArabic = QStringLiteral("a\u0301\u0627\u062B\u0643\u0643");
-    const Case cases[] = {
-        {"text", earlier, hello, FlipMode::auto_, pasted, helloInArabic, earlier},
-        {"text, none saved", {}, hello, FlipMode::auto_, pasted, helloInArabic, helloInArabic},
-        {"text, empty one saved", QString(), hello, FlipMode::auto_, pasted, helloInArabic, {}},
-        {"Arabic text", earlier, helloInArabic, FlipMode::auto_, pasted, hello, earlier},
-        {"marks", earlier, marked, FlipMode::auto_, pasted, markedInArabic, earlier},
-        {"digits", earlier, digits, FlipMode::auto_, sameText, digits, earlier},
-        {"digits, none saved", {}, digits, FlipMode::auto_, sameText, digits, digits},
-        {"digits, forced",
-         {},
-         digits,
-         FlipMode::forceArabic,
-         pastedDigits,
-         arabicDigits,
-         arabicDigits},
-        {"empty", earlier, {}, FlipMode::auto_, nothingCopied, {}, earlier},
-        {"empty, none saved", {}, {}, FlipMode::auto_, nothingCopied, {}, {}},
+    const struct {
+        std::optional<QString> saved;
+        QString field;
+        Messages lines;
+        QString fieldAfter;
+        QString clipboardAfter;
+        FlipMode mode = FlipMode::auto_;
+    } cases[] = {
+        {earlier, hello, pasted, helloInArabic, earlier},
+        {{}, hello, pasted, helloInArabic, helloInArabic},
+        {QString(), hello, pasted, helloInArabic, {}},
+        {earlier, helloInArabic, pasted, hello, earlier},
+        {earlier, marked, pasted, markedInArabic, earlier},
+        {earlier, digits, sameText, digits, earlier},
+        {{}, digits, sameText, digits, digits},
+        {{}, digits, pastedDigits, arabicDigits, arabicDigits, FlipMode::forceArabic},
+        {earlier, {}, nothingCopied, {}, earlier},
+        {{}, {}, nothingCopied, {}, {}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         FlipFixture f;
         if (c.saved) {
             f.platform.pasteboard->copyElsewhere(*c.saved);
         }
         f.field = c.field;
-        f.delegate->flipInProgress = true;
-        f.delegate->clipboardFlip(c.mode);
+        start(f, c.mode);
         f.platform.mainQueue->runUntilIdle();
         EXPECT_EQ(f.messages(), c.lines);
         EXPECT_EQ(f.field, c.fieldAfter);
@@ -75,10 +81,8 @@ TEST(ClipboardFlip, EachEndingHasItsLinesAndLeavesTheClipboardAsDefined) {
     }
 }
 
-TEST(ClipboardFlip, StepsKeepTheirTimesAndSendCommandAlone) {
-    FlipFixture f;
-    f.platform.pasteboard->copyElsewhere(earlier);
-    f.field = hello;
+TEST_F(ClipboardFlip, StepsKeepTheirTimesAndSendCommandAlone) {
+    Fixture f;
     std::vector<std::pair<quint16, std::chrono::nanoseconds>> downs;
     f.platform.keyEvents->onPost = [&, type = f.platform.keyEvents->onPost](const auto& key) {
         if (key.keyDown) {
@@ -86,9 +90,7 @@ TEST(ClipboardFlip, StepsKeepTheirTimesAndSendCommandAlone) {
         }
         type(key);
     };
-    f.delegate->flipInProgress = true;
-    f.delegate->clipboardFlip(FlipMode::auto_);
-
+    start(f);
     const auto at = [&](std::chrono::nanoseconds time) {
         f.platform.mainQueue->advance(time - f.platform.mainQueue->now());
     };
@@ -121,28 +123,19 @@ TEST(ClipboardFlip, StepsKeepTheirTimesAndSendCommandAlone) {
     }
 }
 
-TEST(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
-    struct Case {
-        const char* name;
+TEST_F(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
+    const struct {
         bool sourceFails;
-        std::optional<bool> failingEvents;
-        bool writePending = false;
-    };
-    const Case cases[] = {
-        {"source", true, {}},
-        {"key down", false, true},
-        {"key up", false, false},
-        {"the direct path's write may yet be carried out", false, {}, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        FlipFixture f;
-        f.platform.pasteboard->copyElsewhere(earlier);
+        std::optional<bool> failingEvents; ///< Those of a key that goes down, or up.
+        bool writePending;                 ///< The direct path's, which may yet be carried out.
+    } cases[] = {{true, {}, false}, {false, true, false}, {false, false, false}, {false, {}, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        Fixture f;
         f.platform.keyEvents->sourceFails = c.sourceFails;
         f.platform.keyEvents->failingEvents = c.failingEvents;
         f.platform.accessibility->writePending = c.writePending;
-        f.field = hello;
-        f.delegate->clipboardFlip(FlipMode::auto_);
+        start(f);
         f.platform.mainQueue->advance(60ms);
         f.platform.accessibility->writePending = false;
         f.platform.mainQueue->runUntilIdle();
@@ -152,61 +145,52 @@ TEST(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
     }
 }
 
-TEST(ClipboardFlip, AnotherWindowGetsNoKeys) {
-    struct Case {
+TEST_F(ClipboardFlip, AnotherWindowGetsNoKeys) {
+    const struct {
         std::chrono::milliseconds moved;
         std::optional<quint64> to;
         size_t keys;
         Messages lines;
-        qint64 count;
+    } cases[] = {
+        {-1ms, {}, 0, nothingCopied}, {60ms, 2, 2, nothingCopied}, {350ms, 2, 4, pasted},
+        {350ms, {}, 4, pasted},       {400ms, 2, 6, pasted},
     };
-    const Case cases[] = {
-        {-1ms, std::nullopt, 0, nothingCopied, 0},
-        {60ms, 2, 2, nothingCopied, 0},
-        {350ms, 2, 4, pasted, 1},
-        {350ms, std::nullopt, 4, pasted, 1},
-        {400ms, 2, 6, pasted, 1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.moved.count());
-        FlipFixture f;
-        f.platform.pasteboard->copyElsewhere(earlier);
-        f.field = hello;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        Fixture f;
         if (c.moved < 0ms) {
             f.platform.activeWindow->window = c.to;
         }
-        f.delegate->clipboardFlip(FlipMode::auto_);
+        start(f);
         f.platform.mainQueue->advance(std::max(c.moved, 0ms));
         f.platform.activeWindow->window = c.to;
         f.platform.mainQueue->runUntilIdle();
         EXPECT_EQ(f.messages(), c.lines);
         EXPECT_EQ(f.platform.keyEvents->journal().size(), c.keys);
         EXPECT_EQ(f.clipboard(), earlier);
-        EXPECT_EQ(f.store->count(), c.count);
+        EXPECT_EQ(f.store->count(), c.lines == pasted ? 1 : 0);
     }
 }
 
-TEST(ClipboardFlip, TheCopyIsWhatIsThereInTheEnd) {
-    struct Case {
-        const char* name;
+TEST_F(ClipboardFlip, TheCopyIsWhatIsThereInTheEnd) {
+    const struct {
         std::chrono::milliseconds copiedAt;
         std::optional<QString> copied;
         Messages lines;
         QString fieldAfter;
         std::optional<QString> clipboardAfter;
+    } cases[] = {
+        {319ms, hello, pasted, helloInArabic, helloInArabic}, // another application's
+        {321ms, hello, nothingCopied, hello, hello},
+        {200ms, QString(), nothingCopied, hello, QString()},
+        {200ms, {}, nothingCopied, hello, {}},
     };
-    const Case cases[] = {
-        {"from another application", 319ms, hello, pasted, helloInArabic, helloInArabic},
-        {"too late", 321ms, hello, nothingCopied, hello, hello},
-        {"empty text", 200ms, QString(), nothingCopied, hello, QString()},
-        {"no text", 200ms, {}, nothingCopied, hello, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         FlipFixture f;
         f.fieldCopies = false;
         f.field = hello;
-        f.delegate->clipboardFlip(FlipMode::auto_);
+        start(f);
         f.platform.mainQueue->advance(c.copiedAt);
         f.platform.pasteboard->copyElsewhere(c.copied);
         f.platform.mainQueue->runUntilIdle();
@@ -216,36 +200,25 @@ TEST(ClipboardFlip, TheCopyIsWhatIsThereInTheEnd) {
     }
 }
 
-TEST(ClipboardFlip, WithoutTheDelegateAFlipStopsAtTheReadButAPasteIsFinished) {
-    struct Case {
+TEST_F(ClipboardFlip, WithoutTheDelegateAFlipStopsAtTheReadButAPasteIsFinished) {
+    const struct {
         std::chrono::milliseconds gone;
-        size_t lines;
+        ptrdiff_t lines;
         size_t keys;
-        QString field;
-        QString clipboard;
-        qint64 count;
-    };
-    const Case cases[] = {
-        {60ms, 1, 4, hello, hello, 0},
-        {200ms, 2, 4, hello, hello, 0},
-        {350ms, 4, 6, helloInArabic, earlier, 1},
-        {500ms, 5, 6, helloInArabic, earlier, 1},
-        {700ms, 6, 6, helloInArabic, earlier, 1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.gone.count());
-        FlipFixture f;
-        f.platform.pasteboard->copyElsewhere(earlier);
-        f.field = hello;
-        f.delegate->clipboardFlip(FlipMode::auto_);
+    } cases[] = {{60ms, 1, 4}, {200ms, 2, 4}, {350ms, 4, 6}, {500ms, 5, 6}, {700ms, 6, 6}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        const bool isPasted = c.keys == 6;
+        Fixture f;
+        start(f);
         f.platform.mainQueue->advance(c.gone);
         f.delegate.reset();
         f.platform.mainQueue->runUntilIdle();
-        EXPECT_EQ(f.messages(), Messages(pasted.begin(), pasted.begin() + ptrdiff_t(c.lines)));
+        EXPECT_EQ(f.messages(), Messages(pasted.begin(), pasted.begin() + c.lines));
         EXPECT_EQ(f.platform.keyEvents->journal().size(), c.keys);
-        EXPECT_EQ(f.field, c.field);
-        EXPECT_EQ(f.clipboard(), c.clipboard);
-        EXPECT_EQ(f.store->count(), c.count);
+        EXPECT_EQ(f.field, isPasted ? helloInArabic : hello);
+        EXPECT_EQ(f.clipboard(), isPasted ? earlier : hello);
+        EXPECT_EQ(f.store->count(), isPasted ? 1 : 0);
     }
 }
 

@@ -43,19 +43,13 @@ TEST(FlipOrchestration, ARefusedDirectFlipGoesOnByTheClipboardAndCountsOnce) {
 }
 
 TEST(FlipOrchestration, TheNextFlipIsRefusedUntilTheCoolDownIsOver) {
-    struct Case {
-        const char* name;
+    const struct {
         bool direct;
         QString field;
         std::chrono::milliseconds released;
-    };
-    const Case cases[] = {
-        {"direct", true, hello, 300ms},
-        {"nothing to paste", false, {}, 620ms},
-        {"pasted", false, hello, 930ms},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    } cases[] = {{true, hello, 300ms}, {false, {}, 620ms}, {false, hello, 930ms}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         FlipFixture f;
         f.platform.accessibility->trusted = c.direct;
         offerSelection(f, c.field);

@@ -23,31 +23,25 @@ TEST_F(GlobalHotkeyTest, LaunchReportsTheHotkeyAndTheTrust) {
         "Global hotkey ⌥Space registered — works in ALL apps, NO permissions needed!";
     constexpr auto granted = "Accessibility: GRANTED";
     constexpr auto missing = "Accessibility: not yet granted (needed for ⌘A/⌘C/⌘V in other apps)";
-    struct Case {
-        OSStatus status;
-        bool trusted;
-        const char* hotkeyLine;
-        const char* trustLine;
-    };
-    const Case cases[] = {
+    const std::tuple<OSStatus, bool, const char*, const char*> cases[] = {
         {noErr, true, registered, granted},
         {noErr, false, registered, missing},
         {eventHotKeyExistsErr, true, "Hotkey registration failed (status -9878)", granted},
         {7, false, "Hotkey registration failed (status 7)", missing},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.status);
+    for (const auto& [status, isTrusted, hotkeyLine, trustLine] : cases) {
+        SCOPED_TRACE(status);
         FlipFixture f;
-        f.platform.hotKeys->registerStatus = c.status;
-        f.platform.accessibility->trusted = c.trusted;
+        f.platform.hotKeys->registerStatus = status;
+        f.platform.accessibility->trusted = isTrusted;
         f.delegate->applicationDidFinishLaunching();
         EXPECT_EQ(f.messages(),
                   (Messages{"Velmorin launched", "Registering global hotkey ⌥Space via Carbon…",
-                            c.hotkeyLine, c.trustLine}));
-        EXPECT_EQ(f.store->hotkeyRegistered(), c.status == noErr);
-        EXPECT_EQ(f.delegate->hotKeyRef != nullptr, c.status == noErr);
+                            hotkeyLine, trustLine}));
+        EXPECT_EQ(f.store->hotkeyRegistered(), status == noErr);
+        EXPECT_EQ(f.delegate->hotKeyRef != nullptr, status == noErr);
         EXPECT_EQ(f.platform.accessibility->journal().count(QStringLiteral("prompt")),
-                  c.trusted ? 0 : 1);
+                  isTrusted ? 0 : 1);
     }
 }
 
