@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-
 namespace velmorin {
 namespace {
 
@@ -21,9 +19,6 @@ struct Conversion {
 
 const Conversion conversions[] = {
     {"empty, auto", u"", auto_, u""},
-    {"empty, to English", u"", forceEnglish, u""},
-    {"empty, to Arabic", u"", forceArabic, u""},
-
     {"whole keyboard", u"`qwertyuiop[]asdfghjkl;'zxcvbnm,./-= \\\n\t0123456789", forceArabic,
      u"ذضصثقفغعهخحجدشسيبلانمكط'ءئؤرىةوزظ؟-= \\\n\t٠١٢٣٤٥٦٧٨٩"},
     {"word", u"hello", auto_, u"\u0627\u062B\u0643\u0643\u062E"},
@@ -54,14 +49,8 @@ const Conversion conversions[] = {
     {"letter with a mark", u"\u0634\u064E\u0634", forceEnglish, u"\u0634\u064Ea"},
     {"Latin letter with a mark", u"e\u0301e", forceArabic, u"e\u0301\u062B"},
     {"mark alone after line feed", u"a\n\u0301a", forceArabic, u"\u0634\n\u0301\u0634"},
-    {"prepended mark", u"\u06001\u06002q", forceArabic, u"\u06001\u06002\u0636"},
-    {"prepended mark and mark", u"\u0600\u064Eq", forceArabic, u"\u0600\u064E\u0636"},
-    {"prepended supplementary mark", u"\U000110BDq", forceArabic, u"\U000110BDq"},
-    {"supplementary mark", u"q\U000E0100q", forceArabic, u"q\U000E0100\u0636"},
     {"zero-width non-joiner", u"\u0634\u200C\u0634", forceEnglish, u"\u0634\u200Ca"},
     {"zero-width joiner", u"\u0634\u200D\u0634", forceEnglish, u"\u0634\u200Da"},
-    {"keycap", u"1\uFE0F\u20E31", forceArabic, u"1\uFE0F\u20E3\u0661"},
-    {"skin tone on a letter", u"q\U0001F3FFq", forceArabic, u"q\U0001F3FF\u0636"},
     {"emoji", u"q\U0001F600q", forceArabic, u"\u0636\U0001F600\u0636"},
 };
 
@@ -71,17 +60,11 @@ TEST(KeyboardLayoutMap, convertsWholeCharacters) {
     }
 }
 
-TEST(KeyboardLayoutMap, arabicRangesAreInclusive) {
-    for (const QChar inside :
-         QStringView(u"\u0600\u06FF\u0750\u077F\u08A0\u08FF\uFB50\uFDFF\uFE70\uFEFF")) {
-        const QString tie = inside + QStringLiteral(" q");
-        EXPECT_EQ(KeyboardLayoutMap::convert(tie, auto_), tie) << uint{inside.unicode()};
-    }
-    for (const QChar outside :
-         QStringView(u"\u05FF\u0700\u074F\u0780\u089F\u0900\uFB4F\uFE00\uFE6F\uFF00")) {
-        EXPECT_EQ(KeyboardLayoutMap::convert(outside + QStringLiteral(" q"), auto_),
-                  outside + QStringLiteral(" \u0636"))
-            << uint{outside.unicode()};
+TEST(KeyboardLayoutMap, everyUnitCountsForItsScript) {
+    for (char32_t unit = 0; unit <= 0xFFFF; ++unit) {
+        const QString tie = QChar(static_cast<char16_t>(unit)) + QStringLiteral(" q");
+        ASSERT_EQ(KeyboardLayoutMap::convert(tie, auto_), convertedByDefinition(tie, auto_))
+            << uint{unit};
     }
 }
 
@@ -119,29 +102,6 @@ TEST(KeyboardLayoutMap, tablesInvertEachOther) {
         ASSERT_TRUE(back);
         EXPECT_EQ(*back, arabic);
     }
-}
-
-TEST(KeyboardLayoutMap, baseKeysComeBackInLowerCase) {
-    const QString keys = QStringLiteral("`qwertyuiop[]asdfghjkl;'zxcvbnm,./-=\\ \n\t0123456789");
-    EXPECT_EQ(KeyboardLayoutMap::toEnglish(KeyboardLayoutMap::toArabic(keys)), keys);
-    EXPECT_EQ(KeyboardLayoutMap::toEnglish(KeyboardLayoutMap::toArabic(keys.toUpper())), keys);
-}
-
-TEST(KeyboardLayoutMap, firstUseMayComeFromTwoThreads) {
-    const auto convert = [] { return KeyboardLayoutMap::convert(u"\u0634\u0633", auto_); };
-    auto other = std::async(std::launch::async, convert);
-    EXPECT_EQ(convert(), u"as");
-    EXPECT_EQ(other.get(), u"as");
-}
-
-TEST(FlipMode, rawValuesAreExact) {
-    EXPECT_EQ(rawValue(auto_), u"auto");
-    EXPECT_EQ(rawValue(forceEnglish), u"forceEnglish");
-    EXPECT_EQ(rawValue(forceArabic), u"forceArabic");
-    for (const FlipMode mode : allCases)
-        EXPECT_EQ(flipModeFromRawValue(rawValue(mode)), mode);
-    for (const QStringView raw : {u"", u"Auto", u"auto ", u"forceenglish"})
-        EXPECT_EQ(flipModeFromRawValue(raw), std::nullopt);
 }
 
 } // namespace

@@ -27,32 +27,20 @@ TEST(WindowPlacement, ACentredWindowFitsItsScreenWithItsTitleBar) {
 TEST(WindowPlacement, AFrameOutOfReachIsBroughtBack) {
     const QRect left(0, 0, 1280, 800);
     const QRect right(1280, 100, 1920, 1080);
-    struct Case {
-        const char* name;
-        QRect frame;
-        QList<QRect> screens;
-        QRect expected;
+    const std::tuple<QRect, QList<QRect>, QRect> cases[] = {
+        {{10, 10, 480, 680}, {left}, {10, 10, 480, 680}},
+        {{1200, 700, 480, 680}, {left}, {1200, 700, 480, 680}}, // can still be got hold of
+        {{2000, 200, 480, 680}, {left}, {800, 120, 480, 680}},
+        {{2000, 200, 480, 680}, {left, right}, {2000, 200, 480, 680}},
+        {{-30000, 30000, 480, 680}, {left, right}, {0, 120, 480, 680}},
+        {{4000, 600, 480, 680}, {left, right}, {2720, 500, 480, 680}}, // nearest to the second
+        {{100, -300, 480, 680}, {left}, {100, 0, 480, 680}},
+        {{1270, 10, 480, 680}, {left}, {800, 10, 480, 680}}, // a corner only
+        {{3000, 0, 4000, 3000}, {left}, {0, 0, 1280, 800}},
+        {{3000, 0, 400, 300}, {}, {3000, 0, 400, 300}},
     };
-    const Case cases[] = {
-        {"on the screen", {10, 10, 480, 680}, {left}, {10, 10, 480, 680}},
-        {"partly out, still to be got hold of",
-         {1200, 700, 480, 680},
-         {left},
-         {1200, 700, 480, 680}},
-        {"on a screen that is gone", {2000, 200, 480, 680}, {left}, {800, 120, 480, 680}},
-        {"on the second screen", {2000, 200, 480, 680}, {left, right}, {2000, 200, 480, 680}},
-        {"far away", {-30000, 30000, 480, 680}, {left, right}, {0, 120, 480, 680}},
-        {"nearest to the second screen",
-         {4000, 600, 480, 680},
-         {left, right},
-         {2720, 500, 480, 680}},
-        {"title bar above the top", {100, -300, 480, 680}, {left}, {100, 0, 480, 680}},
-        {"a corner only", {1270, 10, 480, 680}, {left}, {800, 10, 480, 680}},
-        {"larger than the screen", {3000, 0, 4000, 3000}, {left}, {0, 0, 1280, 800}},
-        {"no screens", {3000, 0, 400, 300}, {}, {3000, 0, 400, 300}},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(reachableFrame(c.frame, c.screens), c.expected) << c.name;
+    for (const auto& [frame, screens, expected] : cases) {
+        EXPECT_EQ(reachableFrame(frame, screens), expected) << frame.x() << ' ' << frame.y();
     }
 }
 
