@@ -118,10 +118,11 @@ class ClipboardPath(FlipTest):
         self.assertEqual(self.velmorin.messages(first).count("── FLIP START ──"), 1)
 
     def test_holding_the_keys_is_one_press(self):
+        editor = self.start(InaccessibleEditor, "hgsghk")
         X.set_repeat(100, 20)
         self.addCleanup(X.set_repeat, 660, 25)
-        editor = self.start(InaccessibleEditor, "hgsghk")
         lines = self.velmorin.flip(PASTED, held=["space", "alt"])
+        X.set_repeat(660, 25)
         editor.expect(to_arabic("hgsghk"))
         self.assertNotIn("Flip already in progress", lines)
 
