@@ -3,13 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <QtGlobal>
+#include <QStringList>
 
 #include <csignal>
 #include <functional>
 #include <optional>
 #include <utility>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,8 +20,9 @@ namespace velmorin {
 class Process {
 public:
     using Report = std::function<void(int)>;
+    using Body = std::function<bool(const Report&)>;
 
-    explicit Process(const std::function<bool(const Report&)>& body) {
+    explicit Process(const Body& body) {
         int ends[2];
         EXPECT_EQ(::pipe(ends), 0);
         m_pid = ::fork();
@@ -63,6 +65,36 @@ public:
 private:
     pid_t m_pid;
     int m_reports;
+};
+
+/// What `body` says in a process of a user who may not write everything; `owned` are its files.
+inline bool asUser(const QStringList& owned, const Process::Body& body) {
+    constexpr uid_t nobody = 65534;
+    const bool isRoot = ::getuid() == 0;
+    for (const QString& path : owned) {
+        EXPECT_TRUE(!isRoot || ::chown(qPrintable(path), nobody, nobody) == 0) << qPrintable(path);
+    }
+    return Process([&](const Process::Report& report) {
+               return (!isRoot || ::setuid(nobody) == 0) && body(report);
+           })
+        .isRight();
+}
+
+/// While it lives, files of this process cannot grow beyond so many bytes, as on a full disk.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t bytes) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        limit(bytes);
+    }
+    ~FullDisk() { limit(RLIM_INFINITY); }
+    Q_DISABLE_COPY_MOVE(FullDisk)
+
+private:
+    static void limit(rlim_t bytes) {
+        const rlimit limits{bytes, RLIM_INFINITY};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limits), 0);
+    }
 };
 
 } // namespace velmorin

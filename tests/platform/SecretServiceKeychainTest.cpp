@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/SecretServiceKeychain.h"
+#include "tests/WaitUntil.h"
 #include "tests/contracts/KeychainContract.h"
 
 #include <QDBusArgument>
@@ -14,7 +15,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 #include <QUuid>
 
 #include <csignal>
@@ -26,6 +26,8 @@
 namespace velmorin {
 namespace {
 
+using test::waitUntil;
+
 constexpr int kPatience = 30'000; // ms; generous, for slow machines
 constexpr char kSecrets[] = "org.freedesktop.secrets";
 constexpr char kSecretsPath[] = "/org/freedesktop/secrets";
@@ -34,19 +36,6 @@ constexpr char kDefaultCollection[] = "/org/freedesktop/secrets/aliases/default"
 using Attributes = QMap<QString, QString>;
 
 const QVariantMap query = passwordQuery("service", "account");
-
-template <typename Condition>
-[[nodiscard]] bool waitUntil(Condition condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.hasExpired(kPatience)) {
-            return false;
-        }
-        QThread::msleep(5);
-    }
-    return true;
-}
 
 /// A process that ends with the object at the latest, or with this process.
 class Daemon {

@@ -10,15 +10,12 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <csignal>
 #include <functional>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace velmorin {
@@ -245,32 +242,24 @@ TEST_F(SqliteUserDefaultsTest, valuesLiveInMemoryWhereThereIsNoFile) {
 
 TEST_F(SqliteUserDefaultsTest, whatTheUserMayOnlyReadIsReadAndKeptInMemory) {
     { SqliteUserDefaults(path).set(key, 1); }
-    const auto asUser = [&](const std::function<bool(UserDefaults&)>& body) {
-        const uid_t nobody = 65534; // the superuser may write anything
-        for (const QString& owned : {path, home.path()}) {
-            EXPECT_TRUE(::getuid() != 0 || ::chown(qPrintable(owned), nobody, nobody) == 0);
-        }
-        return Process([&](const Process::Report&) {
-                   if (::getuid() == 0 && ::setuid(nobody) != 0) {
-                       return false;
-                   }
-                   SqliteUserDefaults defaults(path);
-                   return defaults.integer(key) == 1 && body(defaults);
-               })
-            .isRight();
+    const auto isRightAsUser = [this](const std::function<bool(UserDefaults&)>& body) {
+        return asUser({path, home.path()}, [&](const Process::Report&) {
+            SqliteUserDefaults defaults(path);
+            return defaults.integer(key) == 1 && body(defaults);
+        });
     };
     for (const auto& [fileMode, directoryMode] : {std::pair{0400, 0700}, std::pair{0600, 0500}}) {
         ASSERT_EQ(::chmod(qPrintable(path), static_cast<mode_t>(fileMode)), 0);
         ASSERT_EQ(::chmod(qPrintable(home.path()), static_cast<mode_t>(directoryMode)), 0);
         testing::internal::CaptureStderr();
-        EXPECT_TRUE(asUser([](UserDefaults& defaults) {
+        EXPECT_TRUE(isRightAsUser([](UserDefaults& defaults) {
             defaults.set(otherKey, 2);
             return defaults.integer(key) == 1 && defaults.integer(otherKey) == 2;
         })) << fileMode;
         EXPECT_EQ(linesOnStandardError(), 1) << fileMode;
     }
     ::chmod(qPrintable(home.path()), 0700);
-    EXPECT_TRUE(asUser([](UserDefaults& defaults) {
+    EXPECT_TRUE(isRightAsUser([](UserDefaults& defaults) {
         const bool isForgotten = defaults.integer(otherKey) == 0;
         defaults.set(otherKey, 3);
         return isForgotten;
@@ -283,15 +272,10 @@ TEST_F(SqliteUserDefaultsTest, whatDidNotFitIsSavedWhenThereIsRoomAgain) {
     Process writer([&](const Process::Report&) {
         SqliteUserDefaults defaults(path);
         defaults.set(key, 1);
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit full{65536, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &full);
+        const FullDisk full(65536);
         defaults.set(key, QByteArray(1'000'000, 'x'));
         defaults.set(otherKey, QByteArray(1'000'000, 'x'));
-        const bool isReadable = defaults.data(key) && defaults.data(otherKey);
-        const rlimit empty{RLIM_INFINITY, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &empty);
-        return isReadable;
+        return defaults.data(key) && defaults.data(otherKey);
     });
     EXPECT_TRUE(writer.isRight());
     EXPECT_EQ(linesOnStandardError(), 1);
@@ -312,9 +296,7 @@ TEST_F(SqliteUserDefaultsTest, whatAKilledProcessLeftIsReadOnAFullDisk) {
     writer.kill();
     testing::internal::CaptureStderr();
     EXPECT_TRUE(Process([&](const Process::Report&) {
-                    std::signal(SIGXFSZ, SIG_IGN);
-                    const rlimit full{1024, RLIM_INFINITY};
-                    ::setrlimit(RLIMIT_FSIZE, &full);
+                    const FullDisk full(1024);
                     SqliteUserDefaults defaults(path);
                     defaults.set(otherKey, 2);
                     return defaults.integer(key) == 1 && defaults.integer(otherKey) == 2;

@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/HidrawDevice.h"
 #include "Platform/Freedesktop/SysfsKernelServices.h"
+#include "tests/WaitUntil.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <functional>
 #include <optional>
 
 #include <fcntl.h>
@@ -22,18 +21,10 @@
 namespace velmorin {
 namespace {
 
+using test::waitUntil;
+
 const QString smc = QStringLiteral("devices/platform/applesmc.768/");
 const QString iio = QStringLiteral("bus/iio/devices/iio:device");
-
-/// Turns the event loop until `condition` holds, or for at most some seconds.
-bool waitFor(const std::function<bool()>& condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 5000) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 20);
-    }
-    return condition();
-}
 
 /// Collects what a device sends.
 struct Receiver {
@@ -270,9 +261,9 @@ TEST_F(SysfsSensorsTest, AHidrawDeviceStreamsUntilItVanishes) {
     QCoreApplication::processEvents();
     EXPECT_TRUE(receiver.reports.empty()); // not scheduled yet
     ASSERT_TRUE(device->scheduleWithMainRunLoop(RunLoopMode::defaultMode));
-    EXPECT_TRUE(waitFor([&] { return receiver.reports.size() == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return receiver.reports.size() == 1; }));
     send(std::vector<quint8>(22, 7)); // alone: a pipe, unlike hidraw, would join the two
-    ASSERT_TRUE(waitFor([&] { return receiver.reports.size() == 2; }));
+    ASSERT_TRUE(waitUntil([&] { return receiver.reports.size() == 2; }));
     EXPECT_EQ(receiver.reports[0], (std::vector<quint8>{1, 2, 3}));
     EXPECT_EQ(receiver.reports[1], std::vector<quint8>(22, 7));
     EXPECT_EQ(receiver.buffer[21], 7);
@@ -282,12 +273,12 @@ TEST_F(SysfsSensorsTest, AHidrawDeviceStreamsUntilItVanishes) {
     QCoreApplication::processEvents();
     EXPECT_EQ(receiver.reports.size(), 2U);
     ASSERT_TRUE(device->scheduleWithMainRunLoop(RunLoopMode::defaultMode));
-    EXPECT_TRUE(waitFor([&] { return receiver.reports.size() == 3; }));
+    EXPECT_TRUE(waitUntil([&] { return receiver.reports.size() == 3; }));
 
     ::close(sender);
     // It sees the end and leaves it at that: a loop that stayed ready would always have an event.
     auto* const loop = QCoreApplication::eventDispatcher();
-    EXPECT_TRUE(waitFor([loop] { return !loop->processEvents(QEventLoop::AllEvents); }));
+    EXPECT_TRUE(waitUntil([loop] { return !loop->processEvents(QEventLoop::AllEvents); }));
     EXPECT_EQ(receiver.reports.size(), 3U);
     device->registerInputReportCallback(receiver.buffer, nullptr, nullptr);
     EXPECT_EQ(device->close(0), kIOReturnSuccess);

@@ -2,34 +2,14 @@
 #pragma once
 
 #include "Platform/X11/XcbConnection.h"
-
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEventLoop>
-#include <QTimer>
+#include "tests/WaitUntil.h"
 
 #include <chrono>
-#include <functional>
 #include <vector>
 
 #include <xcb/xtest.h>
 
 namespace velmorin::test {
-
-/// Turns the event loop until `condition` holds; false when it does not within ten seconds.
-inline bool waitUntil(const std::function<bool()>& condition,
-                      std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    const QDeadlineTimer deadline(limit);
-    QTimer again; // for conditions that become true without an event in this process
-    again.start(10);
-    while (!condition()) {
-        if (deadline.hasExpired()) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
 
 /// Key codes of a PC keyboard under the evdev rules.
 enum Key : xcb_keycode_t {

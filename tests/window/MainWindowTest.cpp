@@ -4,8 +4,8 @@
 #include "Platform/Qt/QtWindows.h"
 #include "SharedUI/AppLaunchContainer.h"
 #include "Velmorin/VelmorinMainView.h"
+#include "tests/WaitUntil.h"
 
-#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -15,20 +15,7 @@
 namespace velmorin {
 namespace {
 
-using namespace std::chrono_literals;
-
-/// Lets the event loop turn until `condition` holds.
-template <typename Condition>
-bool waitUntil(Condition condition) {
-    const QDeadlineTimer limit(60s);
-    while (!condition()) {
-        if (limit.hasExpired()) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    }
-    return true;
-}
+using test::waitUntil;
 
 QQuickItem* findItem(QQuickItem* root, const std::function<bool(const QQuickItem&)>& matches) {
     if (matches(*root)) {
