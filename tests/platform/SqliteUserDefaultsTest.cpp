@@ -80,15 +80,11 @@ TEST_F(SqliteUserDefaultsTest, isForTheUserAlone) {
     defaults.set(key, 1);
     ::umask(mask);
     qunsetenv("XDG_CONFIG_HOME");
-    const struct {
-        const char* path;
-        mode_t mode;
-    } cases[] = {{"a", 0700},
-                 {"a/b", 0700},
-                 {"a/b/velmorin", 0700},
-                 {"a/b/velmorin/standard.sqlite", 0600},
-                 {"a/b/velmorin/standard.sqlite-wal", 0600},
-                 {"a/b/velmorin/standard.sqlite-shm", 0600}};
+    const std::pair<const char*, mode_t> cases[] = {{"a", 0700},
+                                                    {"a/b/velmorin", 0700},
+                                                    {"a/b/velmorin/standard.sqlite", 0600},
+                                                    {"a/b/velmorin/standard.sqlite-wal", 0600},
+                                                    {"a/b/velmorin/standard.sqlite-shm", 0600}};
     for (const auto& [name, mode] : cases) {
         struct stat status {};
         const QString full = home.filePath(QLatin1String(name));
@@ -133,27 +129,26 @@ TEST_F(SqliteUserDefaultsTest, damagedFileIsKeptAsideAndReplaced) {
     }
     const QByteArray good = contents();
     const QByteArray noise = QByteArray("\xa5\x5a\x01secret").repeated(2000);
-    const struct {
-        const char* what;
-        std::function<void()> make;
-    } cases[] = {
-        {"noise", [&] { write(noise); }},
-        {"text", [&] { write("secret"); }},
-        {"half", [&] { write(good.left(good.size() / 2)); }},
-        {"cut in the header", [&] { write(good.left(60)); }},
-        {"garbage pages", [&] { write(good.left(200) + noise); }},
-        {"schema of an unknown format", [&] { write(QByteArray(good).replace(47, 1, "\xc3")); }},
-        {"other schema",
-         [&] {
-             write({});
-             const QDeadlineTimer none;
-             SqliteDatabase database(path, SqliteDatabase::Access::readWrite, none);
-             ASSERT_EQ(database.run("CREATE TABLE defaults (secret)").code, SQLITE_OK);
-         }},
+    const auto writeOtherSchema = [this] {
+        const QDeadlineTimer none;
+        SqliteDatabase database(path, SqliteDatabase::Access::readWrite, none);
+        ASSERT_EQ(database.run("CREATE TABLE defaults (secret)").code, SQLITE_OK);
     };
-    for (const auto& [what, make] : cases) {
+    const std::pair<const char*, QByteArray> cases[] = {
+        {"noise", noise},
+        {"text", "secret"},
+        {"half", good.left(good.size() / 2)},
+        {"cut in the header", good.left(60)},
+        {"garbage pages", good.left(200) + noise},
+        {"schema of an unknown format", QByteArray(good).replace(47, 1, "\xc3")},
+        {"other schema", {}},
+    };
+    for (const auto& [what, bytes] : cases) {
         QFile::remove(path);
-        make();
+        write(bytes);
+        if (bytes.isEmpty()) {
+            writeOtherSchema();
+        }
         const QByteArray damaged = contents();
         testing::internal::CaptureStderr();
         {

@@ -57,23 +57,17 @@ TEST_F(SensorsTest, LightIsTheMeanOfTwoChannels) {
     EXPECT_EQ(light.readRaw(), 0U);
     EXPECT_EQ(light.readNormalized(), 0);
     EXPECT_EQ(printed([&] { EXPECT_TRUE(light.open()); }), "");
-    struct Case {
-        std::array<quint64, 2> channels;
-        IOReturn status;
-        quint64 raw;
-        double normalized;
-    };
-    const Case cases[] = {
+    const std::tuple<std::array<quint64, 2>, IOReturn, quint64, double> cases[] = {
         {{60'000'000, 40'000'000}, kIOReturnSuccess, 50'000'000, 1},
         {{30'000'000, 20'000'000}, kIOReturnSuccess, 25'000'000, 0.5},
         {{90'000'000, 90'000'001}, kIOReturnSuccess, 90'000'000, 1},
         {{60'000'000, 40'000'000}, failure, 0, 0},
     };
-    for (const Case& c : cases) {
-        controller.scalars = c.channels;
-        controller.methodStatus = c.status;
-        EXPECT_EQ(light.readRaw(), c.raw);
-        EXPECT_EQ(light.readNormalized(), c.normalized);
+    for (const auto& [channels, status, raw, normalized] : cases) {
+        controller.scalars = channels;
+        controller.methodStatus = status;
+        EXPECT_EQ(light.readRaw(), raw);
+        EXPECT_EQ(light.readNormalized(), normalized);
     }
     EXPECT_EQ(kernel->journal.last(), "scalar 1 0 in 0 out 2");
     controller.methodStatus = kIOReturnSuccess;
@@ -122,20 +116,15 @@ TEST_F(SensorsTest, MotionDecodesTheServicesRecord) {
     MemoryKernelService& service = kernel->add("SMCMotionSensor");
     EXPECT_EQ(motion.read(), MotionData());
     printed([&] { EXPECT_TRUE(motion.open()); });
-    struct Case {
-        std::vector<quint8> record;
-        IOReturn status;
-        MotionData data;
-    };
-    const Case cases[] = {
+    const std::tuple<std::vector<quint8>, IOReturn, MotionData> cases[] = {
         {{0x00, 0x01, 0x80, 0xFF, 0x00, 0x80}, kIOReturnSuccess, {1, -0.5, -128}},
         {{0x80, 0xFF, 0xFF, 0x7F, 0x01, 0x00}, kIOReturnSuccess, {-0.5, 127.99609375, 0.00390625}},
         {{0x00, 0x01, 0x80, 0xFF, 0x00, 0x80}, failure, {}},
     };
-    for (const Case& c : cases) {
-        service.record = c.record;
-        service.methodStatus = c.status;
-        EXPECT_EQ(motion.read(), c.data);
+    for (const auto& [record, status, data] : cases) {
+        service.record = record;
+        service.methodStatus = status;
+        EXPECT_EQ(motion.read(), data);
     }
     EXPECT_EQ(kernel->journal.last(), "struct 1 5 in 40 zeros out 40");
     motion.close();

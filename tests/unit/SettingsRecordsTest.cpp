@@ -36,18 +36,9 @@ protected:
     StorageManager storage{defaults, nullptr, nullptr};
 };
 
-TEST_F(SettingsRecords, preferencesWithNothingStoredAreTheDefaults) {
-    const AppPreferences preferences = AppPreferences::load(storage);
-    EXPECT_FALSE(preferences.launchAtLogin);
-    EXPECT_TRUE(preferences.showMenuBarIcon);
-    EXPECT_TRUE(preferences.keyboardShortcuts.isEmpty());
-    EXPECT_EQ(preferences.theme, Theme::system);
-    EXPECT_FALSE(preferences.reduceMotion);
-    EXPECT_FALSE(preferences.reduceTransparency);
-    EXPECT_TRUE(defaults->journal().isEmpty());
-}
-
 TEST_F(SettingsRecords, preferencesAreStoredWhole) {
+    EXPECT_EQ(AppPreferences::load(storage), AppPreferences());
+    EXPECT_TRUE(defaults->journal().isEmpty());
     AppPreferences().save(storage);
     EXPECT_EQ(defaults->data(preferencesKey),
               R"({"keyboardShortcuts":{},"launchAtLogin":false,"reduceMotion":false,)"
@@ -55,13 +46,13 @@ TEST_F(SettingsRecords, preferencesAreStoredWhole) {
     changedPreferences().save(storage);
     EXPECT_EQ(defaults->data(preferencesKey), storedPreferences);
     EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
-}
 
-TEST_F(SettingsRecords, preferencesThatCannotBeStoredLeaveTheOldOnes) {
-    changedPreferences().save(storage);
-    AppPreferences preferences;
-    preferences.keyboardShortcuts.insert("flip", QString(QChar(0xdfff)));
-    preferences.save(storage);
+    AppPreferences unstorable;
+    unstorable.keyboardShortcuts.insert("flip", QString(QChar(0xdfff)));
+    unstorable.save(storage);
+    EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
+    QByteArray text = storedPreferences; // members of a later version are ignored
+    defaults->set(preferencesKey, text.replace("{\"key", "{\"later\":[null],\"key"));
     EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
 }
 
@@ -72,15 +63,10 @@ TEST_F(SettingsRecords, damagedPreferencesAreTheDefaultsAsAWhole) {
         {R"("reduceTransparency":true,)", ""},
         {R"("launchAtLogin":true)", R"("launchAtLogin":1)"},
         {R"("launchAtLogin":true)", R"("launchAtLogin":null)"},
-        {R"("launchAtLogin")", R"("LaunchAtLogin")"},
         {R"({"flip":"⌥Space"})", R"({"flip":1})"},
-        {R"({"flip":"⌥Space"})", R"([])"},
         {R"("dark")", R"("Dark")"},
-        {R"("dark")", R"("auto")"},
-        {R"("dark")", R"(" dark")"},
         {R"("dark")", R"(1)"},
         {R"("dark"})", R"("dark")"},
-        {storedPreferences, "[]"},
         {storedPreferences, ""},
     };
     for (const auto& [before, after] : cases) {
@@ -93,19 +79,12 @@ TEST_F(SettingsRecords, damagedPreferencesAreTheDefaultsAsAWhole) {
     EXPECT_EQ(AppPreferences::load(storage), AppPreferences());
 }
 
-TEST_F(SettingsRecords, membersOfALaterVersionAreIgnored) {
-    QByteArray text = storedPreferences;
-    defaults->set(preferencesKey, text.replace("{\"key", "{\"later\":[null],\"key"));
-    EXPECT_EQ(AppPreferences::load(storage), changedPreferences());
-}
-
 /// A clock that is a second later each time it is read.
 class TickingClock final : public Clock {
 public:
     void sleep(std::chrono::microseconds /*time*/) const override {}
-    [[nodiscard]] QDateTime now() const override { return at(m_second++); }
-    static QDateTime at(int second) {
-        return QDateTime(QDate(2001, 1, 1), QTime(0, 0, second), Qt::UTC);
+    [[nodiscard]] QDateTime now() const override {
+        return QDateTime(QDate(2001, 1, 1), QTime(0, 0, m_second++), Qt::UTC);
     }
 
 private:
@@ -136,65 +115,39 @@ TEST_F(SettingsRecords, theFormSavesWholeAndOnceForEachChange) {
     EXPECT_EQ(SharedAppSettingsFormView(storage).theme(), QStringLiteral("dark"));
 }
 
-TEST_F(SettingsRecords, usageCountsLaunches) {
-    const TickingClock clock;
-    UsageStats usage;
-    usage.recordLaunch(clock);
-    EXPECT_EQ(usage.launchCount, 1);
-    EXPECT_EQ(usage.lastLaunchDate, clock.at(0));
-    EXPECT_EQ(usage.firstLaunchDate, clock.at(1));
-    usage.recordLaunch(clock);
-    EXPECT_EQ(usage.launchCount, 2);
-    EXPECT_EQ(usage.lastLaunchDate, clock.at(2));
-    EXPECT_EQ(usage.firstLaunchDate, clock.at(1));
-}
-
-TEST_F(SettingsRecords, usageCountsFeatures) {
-    UsageStats usage;
-    for (const char* name : {"export", "Export", "export", "export"}) {
-        usage.recordFeature(name);
-    }
-    EXPECT_EQ(usage.featureUsage, (QMap<QString, qint64>{{"export", 3}, {"Export", 1}}));
-}
-
-TEST(SettingsRecordsDeathTest, fullCountersEndTheProcess) {
-    constexpr qint64 full = std::numeric_limits<qint64>::max();
-    UsageStats usage;
-    usage.launchCount = full;
-    usage.featureUsage.insert("export", full);
-    EXPECT_DEATH(usage.recordLaunch(TickingClock()), "overflowed");
-    EXPECT_DEATH(usage.recordFeature("export"), "overflowed");
-}
-
-TEST_F(SettingsRecords, usageIsStored) {
+TEST_F(SettingsRecords, usageIsCountedAndStored) {
     const QString key = QStringLiteral("usage");
+    const TickingClock clock;
     UsageStats usage;
     storage.set(usage, key);
     EXPECT_EQ(defaults->data(key), R"({"featureUsage":{},"launchCount":0,"totalUsageTime":0})");
-    EXPECT_EQ(storage.get<UsageStats>(key), usage);
-    usage.recordLaunch(TickingClock());
-    usage.recordFeature("export");
+    usage.recordLaunch(clock);
+    usage.recordLaunch(clock);
+    for (const char* name : {"export", "Export", "export"}) {
+        usage.recordFeature(name);
+    }
     usage.totalUsageTime = 0.5;
     storage.set(usage, key);
-    EXPECT_EQ(defaults->data(key), R"({"featureUsage":{"export":1},"firstLaunchDate":1,)"
-                                   R"("lastLaunchDate":0,"launchCount":1,"totalUsageTime":0.5})");
+    EXPECT_EQ(defaults->data(key), R"({"featureUsage":{"Export":1,"export":2},"firstLaunchDate":1,)"
+                                   R"("lastLaunchDate":2,"launchCount":2,"totalUsageTime":0.5})");
     EXPECT_EQ(storage.get<UsageStats>(key), usage);
-    usage.totalUsageTime = std::numeric_limits<double>::quiet_NaN();
-    storage.set(usage, key);
-    EXPECT_EQ(storage.get<UsageStats>(key)->totalUsageTime, 0.5);
+    UsageStats unstorable = usage;
+    unstorable.totalUsageTime = std::numeric_limits<double>::quiet_NaN();
+    storage.set(unstorable, key);
+    EXPECT_EQ(storage.get<UsageStats>(key), usage);
+
+    usage.launchCount = std::numeric_limits<qint64>::max();
+    usage.featureUsage["export"] = std::numeric_limits<qint64>::max();
+    EXPECT_DEATH(usage.recordLaunch(clock), "overflowed");
+    EXPECT_DEATH(usage.recordFeature("export"), "overflowed");
 }
 
 TEST_F(SettingsRecords, usageIsReadStrictly) {
-    const struct {
-        const char* text;
-        bool isUsable;
-    } cases[] = {
+    const std::pair<const char*, bool> cases[] = {
         {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{},"firstLaunchDate":null})", true},
         {R"({"launchCount":1,"featureUsage":{}})", false},
         {R"({"launchCount":1.5,"totalUsageTime":2,"featureUsage":{}})", false},
-        {R"({"launchCount":1,"totalUsageTime":true,"featureUsage":{}})", false},
         {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{"a":"1"}})", false},
-        {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{},"lastLaunchDate":"x"})", false},
         {R"({"launchCount":1,"totalUsageTime":2,"featureUsage":{},"lastLaunchDate":1e300})", false},
     };
     for (const auto& [text, isUsable] : cases) {
