@@ -81,26 +81,31 @@ Rectangle {
                 }
             }
 
-            VerticalScroll {
+            // Made when it is first looked at.
+            Loader {
                 anchors.fill: parent
+                active: false
                 visible: tabs.currentIndex === 1
+                onVisibleChanged: active = active || visible
 
-                Item {
-                    width: parent.width
-                    height: settings.height + 24
+                sourceComponent: VerticalScroll {
+                    Item {
+                        width: parent.width
+                        height: settings.height + 24
 
-                    Column {
-                        id: settings
-                        x: 8
-                        y: 12
-                        width: parent.width - 16
-                        spacing: 20
+                        Column {
+                            id: settings
+                            x: 8
+                            y: 12
+                            width: parent.width - 16
+                            spacing: 20
 
-                        SharedAppSettingsFormView {
-                            width: parent.width
-                        }
-                        Hosted {
-                            view: container.settingsExtra
+                            SharedAppSettingsFormView {
+                                width: parent.width
+                            }
+                            Hosted {
+                                view: container.settingsExtra // qmllint disable unqualified
+                            }
                         }
                     }
                 }

@@ -229,12 +229,14 @@ VerticalScroll {
                 contentSpacing: 8
 
                 StyledText {
+                    readonly property string explanation: "The **⌥Space hotkey** works without any permission. Accessibility is only needed so Velmorin can send ⌘A/⌘C/⌘V to other apps."
+
                     width: parent.width
-                    text: "The **⌥Space hotkey** works without any permission. Accessibility is only needed so Velmorin can send ⌘A/⌘C/⌘V to other apps."
-                    textFormat: Text.MarkdownText
+                    text: explanation.replace(/\*\*(.*?)\*\*/, "<b>$1</b>")
+                    textFormat: Text.StyledText // Markdown would take a whole document
                     font.pixelSize: Style.caption
                     wrapMode: Text.WordWrap
-                    Accessible.name: text.replace(/\*\*/g, "")
+                    Accessible.name: explanation.replace(/\*\*/g, "")
                 }
                 PushButton {
                     text: "Open Accessibility Settings"
