@@ -122,6 +122,7 @@ public:
                                                        QSocketNotifier::Read);
         QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
                          [this] { receive(); });
+        receiveWhatIsRead();
         m_running->push_back(shared_from_this());
     }
 
@@ -132,7 +133,10 @@ public:
         m_isEnabled = isEnabled;
         if (isEnabled) {
             m_recording = xcb_record_enable_context(m_data.get(), m_context);
-            xcb_flush(m_data.get());
+            // Its first reply says that it has begun: what happens from now on will be told.
+            const XcbPtr<xcb_record_enable_context_reply_t> begin(
+                xcb_record_enable_context_reply(m_data.get(), m_recording, nullptr));
+            receiveWhatIsRead();
         } else {
             xcb_record_disable_context(m_control->get(), m_context);
             m_control->flush();
@@ -143,6 +147,14 @@ private:
     [[nodiscard]] bool hasRecord() const {
         const auto* extension = xcb_get_extension_data(m_control->get(), &xcb_record_id);
         return extension != nullptr && extension->present != 0;
+    }
+
+    /// Waiting may have read more than was waited for, of which the socket tells no more.
+    void receiveWhatIsRead() {
+        if (m_notifier) {
+            QMetaObject::invokeMethod(
+                m_notifier.get(), [this] { receive(); }, Qt::QueuedConnection);
+        }
     }
 
     void receive() {

@@ -8,6 +8,8 @@ namespace velmorin {
 
 /// Taps through the RECORD extension, which sees every device event, also while a keyboard is
 /// grabbed. The pointer with a button other than the left or the right one held is not reported.
+/// The server sends what it has recorded along with whatever else it sends to anyone, so an event
+/// that concerns no client comes when something else happens.
 class XcbEventTaps : public EventTaps {
 public:
     XcbEventTaps(std::shared_ptr<XcbConnection> connection, std::shared_ptr<XcbKeyboard> keyboard);
