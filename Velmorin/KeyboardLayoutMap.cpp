@@ -195,8 +195,11 @@ constexpr quint16 within(char16_t unit, char16_t first, char16_t last) {
 /// Arabic.
 constexpr quint16 isSimple(char16_t unit) {
     return within(unit, 0x0000, 0x02FF) | within(unit, 0x0606, 0x060F) |
-           within(unit, 0x061B, 0x064A) | within(unit, 0x0660, 0x066F) |
-           within(unit, 0x0671, 0x06D5);
+           within(unit, 0x061B, 0x064A) | within(unit, 0x0660, 0x066F);
+}
+
+constexpr quint16 isAscii(char16_t unit) {
+    return unit < 0x0080;
 }
 
 /// 1 for most units that are `plain` or `mark`, 0 for all others.
@@ -216,8 +219,9 @@ constexpr quint16 hasOwnSlot(char16_t unit) {
     return unit < Index::end;
 }
 
+/// Not inline, or gcc would do the work of several tests before it looks at the first one's result.
 template <quint16 (*test)(char16_t)>
-bool holdsForAll(const char16_t* units, qsizetype count) {
+Q_NEVER_INLINE bool holdsForAll(const char16_t* units, qsizetype count) {
     quint16 result = 1;
     for (qsizetype i = 0; i < count; ++i)
         result = static_cast<quint16>(result & test(units[i]));
@@ -340,8 +344,10 @@ ScriptCount countScripts(QStringView text) {
         const qsizetype end = qMin(begin + blockSize, text.size());
         const char16_t* const block = units + begin;
         const bool isWhole = end - begin == blockSize;
-        const bool isSimpleBlock = isWhole ? holdsForAll<isSimple>(block, blockSize)
-                                           : holdsForAll<isSimple>(block, end - begin);
+        const bool isSimpleBlock =
+            isWhole ? holdsForAll<isAscii>(block, blockSize) || // a single comparison a unit
+                          holdsForAll<isSimple>(block, blockSize)
+                    : holdsForAll<isSimple>(block, end - begin);
         ScriptCount part;
         if (isWhole && isSimpleBlock && begin > 0 && isSimple(block[-1]))
             part = countBlock<false>(block);
