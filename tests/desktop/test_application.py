@@ -170,12 +170,6 @@ class Window(ApplicationTest):
                 self.assertEqual(velmorin.process.wait(timeout=60), 0)
                 self.assertEqual(velmorin.stop(), "")
 
-    def test_its_smallest_size(self):
-        [window] = self.windows()
-        xdotool("windowsize", window, "100", "100")
-        wait_until(lambda: self.frame()[2:] == (380, 520), "the smallest size")
-
-
 class Frame(ApplicationTest):
     def move(self, x, y, width, height):
         [window] = self.windows()
@@ -391,6 +385,7 @@ class OwnAccessibility(ApplicationTest):
         wait_until(lambda: b'"theme":"dark"' in self.stored("appPreferences"), "the theme stored")
 
         self.restart()
+        self.velmorin.press("page tab", "Settings")
         for name, on in {"Launch at login": True, "Show menu bar icon": False}.items():
             self.assertEqual(self.is_on("check box", name), on, name)
         self.assertTrue(self.is_on("radio button", "Dark"))

@@ -91,14 +91,6 @@ TEST_F(IconAnimation, FramesFollowEachOtherFromTheFirstTickOn) {
     EXPECT_EQ(shown(), frames[0]) << "the last frame stays";
 }
 
-TEST_F(IconAnimation, AnItemWithoutAButtonIsCountedToo) {
-    item->hasButton = false;
-    icon->startAnimation(item, {}, 60);
-    tick(3);
-    EXPECT_EQ(icon->frameIndex(), 3);
-    icon->stopAnimation();
-}
-
 TEST_F(IconAnimation, PlaysOnUntilItIsStopped) {
     const std::weak_ptr<AnimatedStatusIcon> weak = icon;
     icon->startAnimation(item, frames, 60);

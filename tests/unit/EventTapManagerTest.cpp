@@ -106,17 +106,5 @@ TEST_F(EventTapManagerTest, OnlyTheNewestTapIsStopped) {
     EXPECT_EQ(places.back(), 2) << "but nobody is left to hear it";
 }
 
-TEST_F(EventTapManagerTest, TheProcessAsksForThePermissionAndOpensItsPages) {
-    platform.accessibility->trusted = false;
-    Platform::setProcess(platform.platform());
-    EventTapManager::requestAccessibility();
-    EventTapManager::openAccessibilitySettings();
-    EventTapManager::openInputMonitoringSettings();
-    Platform::setProcess({});
-    EXPECT_EQ(platform.accessibility->journal().count(QStringLiteral("prompt")), 1);
-    ASSERT_EQ(platform.workspace->opened.size(), 2U);
-    EXPECT_EQ(platform.workspace->opened[1].query(), QStringLiteral("Privacy_ListenEvent"));
-}
-
 } // namespace
 } // namespace velmorin

@@ -86,16 +86,6 @@ TEST_F(MainView, ABurstOfLinesIsOneRedraw) {
     EXPECT_EQ(redraws.count(), 1);
 }
 
-TEST_F(MainView, ChoosingADirectionSavesIt) {
-    QSignalSpy spy(&view, &VelmorinMainView::flipModeChanged);
-    view.setFlipMode(2);
-    EXPECT_EQ(f.store->flipMode(), FlipMode::forceArabic);
-    EXPECT_EQ(f.platform.standardUserDefaults->string(QStringLiteral("vl.mode")),
-              QStringLiteral("forceArabic"));
-    EXPECT_EQ(spy.count(), 1);
-    EXPECT_EQ(view.flipMode(), 2);
-}
-
 TEST_F(MainView, EveryPressOfTheTestButtonFlipsThreeSecondsLater) {
     f.platform.application->setDelegate(f.delegate);
     view.testFlip();
@@ -109,12 +99,6 @@ TEST_F(MainView, EveryPressOfTheTestButtonFlipsThreeSecondsLater) {
     f.platform.mainQueue->advance(1s);
     const Messages all = f.messages();
     EXPECT_EQ(std::ranges::count(all, "── FLIP START ──"), 2);
-}
-
-TEST_F(MainView, ATestWithoutADelegateDoesNothing) {
-    view.testFlip();
-    f.platform.mainQueue->runUntilIdle();
-    EXPECT_EQ(f.messages().size(), 1U);
 }
 
 TEST_F(MainView, TheSettingsButtonOpensTheAccessibilityPage) {

@@ -66,18 +66,6 @@ protected:
     Application second{contents};
 };
 
-TEST_F(PersistentModels, newObjectsHaveTheirInitialValues) {
-    const ClipboardItem sourced(QStringLiteral("a"), QStringLiteral("Editor"), clock);
-    EXPECT_EQ(sourced.content(), QStringLiteral("a"));
-    EXPECT_EQ(sourced.timestamp(), clock.now());
-    EXPECT_EQ(sourced.appSource(), QStringLiteral("Editor"));
-    EXPECT_FALSE(sourced.isPinned());
-    const DailyActivity day(clock.now());
-    EXPECT_EQ(day.date(), clock.now());
-    EXPECT_EQ(std::tuple(day.mouseDistance(), day.keystrokes(), day.activeTime()),
-              std::tuple(0.0, 0, 0.0));
-}
-
 TEST_F(PersistentModels, everyAttributeIsAPropertyThatTellsAndReachesTheRecord) {
     ClipboardItem clipboardItem(QString(), std::nullopt, clock);
     DailyActivity day(clock.now());

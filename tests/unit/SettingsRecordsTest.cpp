@@ -91,30 +91,6 @@ private:
     mutable int m_second = 0;
 };
 
-TEST_F(SettingsRecords, theFormSavesWholeAndOnceForEachChange) {
-    SharedAppSettingsFormView form(storage);
-    EXPECT_EQ(form.theme(), QStringLiteral("system"));
-    EXPECT_TRUE(defaults->journal().isEmpty()) << "showing the form stores nothing";
-
-    form.setLaunchAtLogin(true);
-    form.setLaunchAtLogin(false);
-    EXPECT_EQ(defaults->journal().size(), 2);
-    form.setShowMenuBarIcon(false);
-    form.setTheme(QStringLiteral("dark"));
-    form.setTheme(QStringLiteral("no theme"));
-    form.setReduceMotion(true);
-    form.setReduceTransparency(true);
-    EXPECT_EQ(defaults->journal().size(), 6);
-
-    AppPreferences expected;
-    expected.showMenuBarIcon = false;
-    expected.theme = Theme::dark;
-    expected.reduceMotion = true;
-    expected.reduceTransparency = true;
-    EXPECT_EQ(AppPreferences::load(storage), expected);
-    EXPECT_EQ(SharedAppSettingsFormView(storage).theme(), QStringLiteral("dark"));
-}
-
 TEST_F(SettingsRecords, usageIsCountedAndStored) {
     const QString key = QStringLiteral("usage");
     const TickingClock clock;

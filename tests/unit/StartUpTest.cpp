@@ -36,17 +36,6 @@ TEST_F(StartUp, TheWindowOpensWithTheMainViewInItsContainer) {
     EXPECT_EQ(properties[QStringLiteral("settingsExtra")].value<View>(), View());
 }
 
-TEST_F(StartUp, ClosingTheWindowKeepsTheApplicationAndTheIconBringsItBack) {
-    f.delegate->applicationDidFinishLaunching();
-    window().close();
-    EXPECT_FALSE(f.delegate->applicationShouldTerminateAfterLastWindowClosed());
-    const int activations = f.platform.application->activations;
-    button().action();
-    EXPECT_TRUE(window().isVisible);
-    EXPECT_GT(f.platform.application->activations, activations);
-    EXPECT_EQ(f.platform.windows->made.size(), 1U);
-}
-
 TEST_F(StartUp, AReopenShowsTheWindowOnlyWhenNoneIsVisible) {
     f.delegate->applicationDidFinishLaunching();
     const QStringList before = window().journal;

@@ -29,12 +29,7 @@ protected:
 
     const std::shared_ptr<MemoryUserDefaults> defaults = std::make_shared<MemoryUserDefaults>();
     const std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
-    QStringList openedSuites;
-    std::shared_ptr<UserDefaults> suite;
-    StorageManager storage{defaults, keychain, [this](const QString& name) {
-                               openedSuites.append(name);
-                               return suite;
-                           }};
+    StorageManager storage{defaults, keychain, nullptr};
 };
 
 /// Stores `value` and expects to find `text`, and the same value again.
@@ -170,14 +165,6 @@ TEST_F(StorageManagerTest, readsSecretsThatAreText) {
     keychain->copyResult.reset();
     keychain->copyStatus = errSecNotAvailable;
     EXPECT_FALSE(storage.readFromKeychain(account, service));
-}
-
-TEST_F(StorageManagerTest, opensTheSuiteOnEveryCall) {
-    EXPECT_EQ(storage.sharedDefaults(), nullptr);
-    suite = std::make_shared<MemoryUserDefaults>();
-    EXPECT_EQ(storage.sharedDefaults(), suite);
-    const QString name = QStringLiteral("group.org.velmorin.shared");
-    EXPECT_EQ(openedSuites, QStringList({name, name}));
 }
 
 } // namespace

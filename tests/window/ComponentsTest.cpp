@@ -56,17 +56,6 @@ TEST_F(Components, FollowLightAndDark) {
     QGuiApplication::setPalette(QPalette());
 }
 
-TEST_F(Components, BadgesTellGoodFromBad) {
-    setPalette(Qt::white);
-    const QPointF symbol(9, item("ready")->height() / 2); // the left part of the disc
-    const QColor good = colorAt(item("ready"), symbol);
-    const QColor bad = colorAt(item("connected"), symbol);
-    EXPECT_GT(good.green(), good.red());
-    EXPECT_GT(bad.red(), bad.green());
-    // Padding 8 at the sides and 3 above and below a line of 10 pixel text.
-    EXPECT_NEAR(item("ready")->height(), 20, 3);
-}
-
 TEST_F(Components, AreOperatedByTheKeyboard) {
     item("action")->forceActiveFocus(Qt::TabFocusReason);
     press(Qt::Key_Return);

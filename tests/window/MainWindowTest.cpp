@@ -136,18 +136,6 @@ TEST_F(MainWindow, TheStatusFollowsTheHotkey) {
     EXPECT_TRUE(waitUntil([&] { return dot().green() > dot().red(); }));
 }
 
-TEST_F(MainWindow, ACloseHidesTheWindowAndKeepsWhatItShows) {
-    addLines(100);
-    ASSERT_TRUE(waitUntil([this] { return isInView(100); }));
-    const double before = contentY();
-    quickWindow->close();
-    EXPECT_FALSE(quickWindow->isVisible());
-    window->makeKeyAndOrderFront();
-    EXPECT_TRUE(quickWindow->isVisible());
-    EXPECT_EQ(contentY(), before);
-    EXPECT_TRUE(isInView(100));
-}
-
 TEST_F(MainWindow, SmallerThanItsContentsItShowsTheirMiddle) {
     quickWindow->resize(380, 520);
     const QQuickItem* title = findItem(quickWindow->contentItem(), [](const QQuickItem& item) {
