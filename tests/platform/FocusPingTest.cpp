@@ -2,6 +2,7 @@
 #include "Platform/X11/FocusPing.h"
 
 #include "Platform/Memory/MemoryMainQueue.h"
+#include "Platform/X11/FocusedWindow.h"
 #include "Platform/X11/XcbPasteboard.h"
 #include "tests/platform/ForeignClient.h"
 
@@ -37,6 +38,21 @@ void takePings(const ForeignClient& application) {
     std::ignore = application.atom("done"); // a round trip
 }
 
+/// With the focus on the application. When a focused window goes, the window manager moves the
+/// focus a while later: then it is tried again.
+bool isPingAnswered(XcbConnection& connection, const ForeignClient& application,
+                    std::chrono::milliseconds limit = 10s) {
+    for (;;) {
+        xcb_set_input_focus(application.get(), XCB_INPUT_FOCUS_PARENT, application.window(),
+                            XCB_CURRENT_TIME);
+        std::ignore = application.atom("done");
+        const bool isAnswered = pingFocus(connection, QDeadlineTimer(limit));
+        if (focusedWindow(connection) == application.window()) {
+            return isAnswered;
+        }
+    }
+}
+
 TEST(FocusPing, IsAnsweredByEveryToolkitThatTakesPartInIt) {
     constexpr uint32_t redirect = XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT;
     const struct {
@@ -58,7 +74,7 @@ TEST(FocusPing, IsAnsweredByEveryToolkitThatTakesPartInIt) {
         if (row.takesPings) {
             takePings(application);
         }
-        EXPECT_EQ(pingFocus(*connection, QDeadlineTimer(row.isAnswered ? 10s : 100ms)),
+        EXPECT_EQ(isPingAnswered(*connection, application, row.isAnswered ? 10s : 100ms),
                   row.isAnswered);
     }
 }
@@ -74,7 +90,7 @@ TEST(FocusPing, DoesNotKeepTheClipboardFromAnApplicationThatPastesFirst) {
         const ForeignClient application(
             pingAnswer(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, &pastedBytes));
         takePings(application);
-        EXPECT_TRUE(pingFocus(*connection, QDeadlineTimer(10s)));
+        EXPECT_TRUE(isPingAnswered(*connection, application));
         EXPECT_EQ(pastedBytes, size);
     }
 }

@@ -22,7 +22,7 @@ public:
     /// The next piece of an INCR transfer; none to send no more.
     using NextPiece = std::function<std::optional<QByteArray>()>;
 
-    /// Has a window with the focus.
+    /// Has a window.
     explicit ForeignClient(Handler handler) : m_handler(std::move(handler)) {
         const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(m_c)).data;
         const uint32_t values[] = {1, XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_PROPERTY_CHANGE};
@@ -32,8 +32,6 @@ public:
         xcb_map_window(m_c, m_window);
         xcb_flush(m_c);
         std::ignore = next(XCB_EXPOSE);
-        xcb_set_input_focus(m_c, XCB_INPUT_FOCUS_PARENT, m_window, XCB_CURRENT_TIME);
-        std::ignore = atom("done"); // a round trip
         m_thread = std::thread([this] { run(); });
     }
     /// Owns a selection, and answers what it is asked for.

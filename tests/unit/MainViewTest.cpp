@@ -2,6 +2,7 @@
 #include "Velmorin/VelmorinMainView.h"
 #include "tests/unit/FlipFixture.h"
 
+#include <QAbstractItemModelTester>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -69,7 +70,6 @@ TEST_F(MainView, ThePermissionIsReadWithEveryRedraw) {
     f.platform.accessibility->trusted = false;
     f.platform.mainQueue->runUntilIdle();
     EXPECT_EQ(redraws.count(), 0) << "nothing tells of the permission itself";
-    f.log->add(QStringLiteral("a line"));
     f.store->setHotkeyRegistered(true);
     f.platform.mainQueue->runUntilIdle();
     EXPECT_GE(redraws.count(), 1);
@@ -109,6 +109,8 @@ TEST_F(MainView, TheSettingsButtonOpensTheAccessibilityPage) {
 }
 
 TEST_F(MainView, RowsAreKnownByTheirNumber) {
+    const QAbstractItemModelTester consistency(
+        view.logLines(), QAbstractItemModelTester::FailureReportingMode::Fatal);
     f.log->setEntries(numbered(1, 3));
     QSignalSpy inserted(view.logLines(), &QAbstractItemModel::rowsInserted);
     QSignalSpy removed(view.logLines(), &QAbstractItemModel::rowsRemoved);
