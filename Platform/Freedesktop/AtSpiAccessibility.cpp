@@ -284,10 +284,11 @@ AXError AtSpiAccessibility::copyFocused(QVariant& value) {
 }
 
 AXError AtSpiAccessibility::mayWrite(AtSpiElement& element) {
-    if (!element.processId() || m_activeWindow->processId() != element.processId()) {
+    const std::optional<qint64> process = m_activeWindow->processId();
+    if (!process || process != element.processId()) {
         return AXError::invalidUIElement;
     }
-    if (isWritePending()) {
+    if (m_processesWithPendingWrite.contains(*process)) {
         return AXError::cannotComplete;
     }
     const std::optional<AtSpiStates> states = element.states();

@@ -30,12 +30,13 @@ xcb_window_t pingedWindow(XcbConnection& connection) {
     xcb_connection_t* c = connection.get();
     xcb_window_t window = focusedWindow(connection).value_or(xcb_window_t{XCB_NONE});
     while (window != XCB_NONE && window != connection.root()) {
+        const xcb_query_tree_cookie_t asked = xcb_query_tree(c, window); // for the next turn
         if (takesPings(connection, window)) {
+            xcb_discard_reply(c, asked.sequence);
             return claimedProcess(connection, window) == ::getpid() ? xcb_window_t{XCB_NONE}
                                                                     : window;
         }
-        const XcbPtr<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+        const XcbPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, asked, nullptr));
         window = tree ? tree->parent : xcb_window_t{XCB_NONE};
     }
     return XCB_NONE;
@@ -44,10 +45,11 @@ xcb_window_t pingedWindow(XcbConnection& connection) {
 /// Has the answers, which go to the root window, reported as long as it lives.
 class AnswersSelected {
 public:
-    explicit AnswersSelected(XcbConnection& connection) : m_connection(connection) {
-        xcb_connection_t* c = connection.get();
-        const XcbPtr<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-            c, xcb_get_window_attributes(c, connection.root()), nullptr));
+    /// `asked` is for the attributes of the root window.
+    AnswersSelected(XcbConnection& connection, xcb_get_window_attributes_cookie_t asked)
+        : m_connection(connection) {
+        const XcbPtr<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(connection.get(), asked, nullptr));
         m_before = attributes ? attributes->your_event_mask : 0;
         // GTK sends it to those who select the one, Qt to those who select the other.
         select(m_before | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY);
@@ -68,11 +70,15 @@ private:
 } // namespace
 
 bool pingFocus(XcbConnection& connection, const QDeadlineTimer& deadline) {
+    // Answered together with the first of the other questions.
+    const xcb_get_window_attributes_cookie_t asked =
+        xcb_get_window_attributes(connection.get(), connection.root());
     const xcb_window_t window = pingedWindow(connection);
     if (window == XCB_NONE) {
+        xcb_discard_reply(connection.get(), asked.sequence);
         return false;
     }
-    const AnswersSelected selected(connection);
+    const AnswersSelected selected(connection, asked);
     xcb_client_message_event_t ping{};
     ping.response_type = XCB_CLIENT_MESSAGE;
     ping.format = 32;

@@ -10,6 +10,9 @@ namespace velmorin {
 /// grabbed. The pointer with a button other than the left or the right one held is not reported.
 /// The server sends what it has recorded along with whatever else it sends to anyone, so an event
 /// that concerns no client comes when something else happens.
+///
+/// Making a tap and enabling it wait for the server, so neither may be done between a posted key's
+/// going down and its coming up, when the server is grabbed.
 class XcbEventTaps : public EventTaps {
 public:
     XcbEventTaps(std::shared_ptr<XcbConnection> connection, std::shared_ptr<XcbKeyboard> keyboard);
