@@ -16,11 +16,16 @@ constexpr auto readDelay = 200ms;
 constexpr auto pasteDelay = 60ms;
 constexpr auto finishDelay = 250ms;
 
+/// In what time an application takes a key when it is not busy. A busy one gets the whole delay
+/// after it.
+constexpr auto promptTime = 10ms;
+
 /// What one flip carries from step to step. Every scheduled step has its own copy, so that the
 /// clipboard is put back also when the delegate is gone.
 struct ClipboardFlip {
     std::weak_ptr<AppDelegate> weakDelegate;
     std::weak_ptr<MainQueue> weakMainQueue; // the steps lie in it: owning it would be a cycle
+    std::weak_ptr<Clock> weakClock;         // may own the main queue
     std::shared_ptr<Pasteboard> pasteboard;
     std::shared_ptr<KeyEvents> keyEvents;
     std::shared_ptr<ActiveWindow> activeWindow;
@@ -39,7 +44,9 @@ private:
     void pasteStep() const;
     void finishStep() const;
 
-    void schedule(std::chrono::nanoseconds delay, void (ClipboardFlip::*step)() const) const;
+    using Step = void (ClipboardFlip::*)() const;
+    void schedule(std::chrono::nanoseconds delay, Step step) const;
+    void postAndSchedule(quint16 virtualKey, std::chrono::nanoseconds delay, Step step) const;
     void log(const QString& message) const;
     void postCommandKey(quint16 virtualKey) const;
     void replaceContents(const QString& text) const;
@@ -55,14 +62,12 @@ void ClipboardFlip::start() {
     replaceContents(QLatin1String(""));
     expectedChangeCount = pasteboard->changeCount();
     log(QStringLiteral("  ⌘A"));
-    postCommandKey(kVK_ANSI_A);
-    schedule(copyDelay, &ClipboardFlip::copyStep);
+    postAndSchedule(kVK_ANSI_A, copyDelay, &ClipboardFlip::copyStep);
 }
 
 void ClipboardFlip::copyStep() const {
     log(QStringLiteral("  ⌘C"));
-    postCommandKey(kVK_ANSI_C);
-    schedule(readDelay, &ClipboardFlip::readStep);
+    postAndSchedule(kVK_ANSI_C, readDelay, &ClipboardFlip::readStep);
 }
 
 void ClipboardFlip::readStep() const {
@@ -91,8 +96,7 @@ void ClipboardFlip::readStep() const {
 
 void ClipboardFlip::pasteStep() const {
     log(QStringLiteral("  ⌘V"));
-    postCommandKey(kVK_ANSI_V);
-    schedule(finishDelay, &ClipboardFlip::finishStep);
+    postAndSchedule(kVK_ANSI_V, finishDelay, &ClipboardFlip::finishStep);
 }
 
 void ClipboardFlip::finishStep() const {
@@ -105,8 +109,19 @@ void ClipboardFlip::finishStep() const {
     }
 }
 
-void ClipboardFlip::schedule(std::chrono::nanoseconds delay,
-                             void (ClipboardFlip::*step)() const) const {
+void ClipboardFlip::postAndSchedule(quint16 virtualKey, std::chrono::nanoseconds delay,
+                                    Step step) const {
+    const auto now = [this] {
+        const auto clock = weakClock.lock();
+        return clock ? clock->uptime() : 0ns;
+    };
+    const auto begin = now();
+    postCommandKey(virtualKey);
+    const auto taken = now() - begin;
+    schedule(taken <= promptTime ? delay - taken : delay, step);
+}
+
+void ClipboardFlip::schedule(std::chrono::nanoseconds delay, Step step) const {
     if (const auto mainQueue = weakMainQueue.lock()) {
         mainQueue->asyncAfter(delay, [flip = *this, step] { (flip.*step)(); });
     }
@@ -161,6 +176,7 @@ void ClipboardFlip::endWithout(AppDelegate& delegate, const QString& message) co
 void AppDelegate::clipboardFlip(FlipMode mode) {
     ClipboardFlip{.weakDelegate = weak_from_this(),
                   .weakMainQueue = m_platform.mainQueue,
+                  .weakClock = m_platform.clock,
                   .pasteboard = m_platform.pasteboard,
                   .keyEvents = m_platform.keyEvents,
                   .activeWindow = m_platform.activeWindow,

@@ -9,7 +9,7 @@
 
 namespace velmorin {
 
-/// A wall clock that follows the virtual time of a main queue.
+/// A clock that follows the virtual time of a main queue.
 class MemoryClock final : public Clock {
 public:
     /// `start` is the date and time at the queue's time zero.
@@ -19,8 +19,10 @@ public:
 
     [[nodiscard]] QDateTime now() const override {
         using std::chrono::milliseconds;
-        return m_start.addMSecs(
-            std::chrono::duration_cast<milliseconds>(m_mainQueue->now() + m_slept).count());
+        return m_start.addMSecs(std::chrono::duration_cast<milliseconds>(uptime()).count());
+    }
+    [[nodiscard]] std::chrono::nanoseconds uptime() const override {
+        return m_mainQueue->now() + m_slept;
     }
     void sleep(std::chrono::microseconds time) const override { m_slept += time; }
 

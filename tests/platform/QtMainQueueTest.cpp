@@ -1,17 +1,66 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Qt/QtMainQueue.h"
+#include "tests/WaitUntil.h"
 #include "tests/contracts/MainQueueContract.h"
-#include "tests/platform/XUser.h"
+
+#include <sys/resource.h>
 
 namespace velmorin::test {
+
+using namespace std::chrono_literals;
 
 namespace {
 MainQueueUnderTest makeQtMainQueue() {
     return {std::make_shared<QtMainQueue>(),
             [](const std::function<bool()>& condition) { return waitUntil(condition); }};
 }
+
+/// One that was made when no file descriptor was left for its timer.
+MainQueueUnderTest makeQtMainQueueWithoutTimer() {
+    rlimit limit{};
+    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none{0, limit.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    MainQueueUnderTest test = makeQtMainQueue();
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    return test;
+}
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(QtMainQueue, MainQueueContract, testing::Values(makeQtMainQueue));
+INSTANTIATE_TEST_SUITE_P(QtMainQueue, MainQueueContract,
+                         testing::Values(makeQtMainQueue, makeQtMainQueueWithoutTimer));
+
+TEST(QtMainQueue, KeepsTheOrderOfWhatIsOverdueTogether) {
+    QtMainQueue queue;
+    std::string ran;
+    const auto note = [&ran](const char* letter) { return [&ran, letter] { ran += letter; }; };
+    queue.asyncAfter(2ms, note("c"));
+    queue.asyncAfter(1ms, [&] {
+        ran += "a";
+        queue.asyncAfter(-1ms, note("d")); // on the next turn
+        queue.asyncAfter(std::chrono::nanoseconds::max(), note("never"));
+    });
+    queue.asyncAfter(1ms, note("b"));
+    std::this_thread::sleep_for(5ms); // a main thread that is busy
+    EXPECT_TRUE(waitUntil([&] { return ran.size() == 4; }));
+    EXPECT_EQ(ran, "abcd");
+}
+
+TEST(QtMainQueue, RestsOnceWhenNothingWasRunForAWhile) {
+    constexpr auto restingTime = 20ms;
+    QtMainQueue queue(restingTime);
+    int rests = 0;
+    QObject::connect(&queue, &QtMainQueue::rested, &queue, [&rests] { ++rests; });
+    QDeadlineTimer idle(3 * restingTime);
+    EXPECT_TRUE(waitUntil([&] { return idle.hasExpired(); }));
+    EXPECT_EQ(rests, 0) << "nothing was run";
+
+    queue.async([] {});
+    queue.async([] {});
+    EXPECT_TRUE(waitUntil([&] { return rests == 1; }));
+    idle.setRemainingTime(3 * restingTime);
+    EXPECT_TRUE(waitUntil([&] { return idle.hasExpired(); }));
+    EXPECT_EQ(rests, 1);
+}
 
 } // namespace velmorin::test

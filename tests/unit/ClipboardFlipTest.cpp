@@ -123,6 +123,28 @@ TEST_F(ClipboardFlip, StepsKeepTheirTimesAndSendCommandAlone) {
     }
 }
 
+TEST_F(ClipboardFlip, ThePromptTakingOfAKeyIsPartOfTheDelayAndABusyApplicationGetsItWhole) {
+    const struct {
+        std::chrono::milliseconds taking;
+        std::chrono::milliseconds done; ///< Of the main queue's time, which a key does not take.
+    } cases[] = {{3ms, 630ms - 3 * 3ms}, {10ms, 630ms - 3 * 10ms}, {11ms, 630ms}, {500ms, 630ms}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        Fixture f;
+        f.platform.keyEvents->onPost = [&, type = f.platform.keyEvents->onPost](const auto& key) {
+            if (!key.keyDown) {
+                f.platform.clock->sleep(c.taking);
+            }
+            type(key);
+        };
+        start(f);
+        f.platform.mainQueue->advance(c.done - 1ns);
+        EXPECT_EQ(f.store->count(), 0);
+        f.platform.mainQueue->advance(1ns);
+        EXPECT_EQ(f.store->count(), 1);
+    }
+}
+
 TEST_F(ClipboardFlip, AnUndeliveredKeyEndsInNothingCopied) {
     const struct {
         bool sourceFails;

@@ -83,6 +83,7 @@ TEST_F(SettingsRecords, damagedPreferencesAreTheDefaultsAsAWhole) {
 class TickingClock final : public Clock {
 public:
     void sleep(std::chrono::microseconds /*time*/) const override {}
+    [[nodiscard]] std::chrono::nanoseconds uptime() const override { return {}; }
     [[nodiscard]] QDateTime now() const override {
         return QDateTime(QDate(2001, 1, 1), QTime(0, 0, m_second++), Qt::UTC);
     }
