@@ -54,10 +54,18 @@ void forbidCoreFiles() {
     }
 }
 
+/// When a bus is lost while Qt asks who owns a name on it, Qt waits for a call that was never sent.
+/// libdbus complains of that to standard error and ends the process, the latter only unless told
+/// not to; Qt then goes on, with an error for its answer.
+void outliveLostBus() {
+    qputenv("DBUS_FATAL_WARNINGS", "0");
+}
+
 } // namespace
 
 std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
     forbidCoreFiles();
+    outliveLostBus();
     // Qt ends the process when there is no display.
     if (!XcbConnection::canOpen()) {
         const QString display = qEnvironmentVariable("DISPLAY");

@@ -197,7 +197,8 @@ class Velmorin:
                 if any(text in line for text in texts):
                     return line
             if self.process.poll() is not None:
-                raise AssertionError(f"velmorin ended while it should say: {texts}")
+                status = self.process.returncode
+                raise AssertionError(f"velmorin ended ({status}) while it should say: {texts}")
             return None
 
         return wait_until(found, lambda: f"a log line with one of {texts} in {self.lines[after:]}")

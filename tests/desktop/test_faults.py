@@ -238,6 +238,9 @@ class AccessibilityBusLost(FlipTest):
 class SessionBusLost(FlipTest):
     """Run in a session of its own."""
 
+    # libdbus's complaint of Qt, when the bus goes while the window is made known on it.
+    expected_errors = r"\A(dbus\[\d+\]: arguments to dbus_pending_call_block\(\)(?s:.*))?\Z"
+
     def test_flips_go_on(self):
         os.kill(Bus.session().daemon(), signal.SIGKILL)
         editor = self.start(InaccessibleEditor, TEXTS[0])
