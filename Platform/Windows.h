@@ -40,7 +40,7 @@ public:
     virtual ~Window() = default;
 
     virtual void setTitle(const QString& title) = 0;
-    /// Makes the view's items; they fill the window.
+    /// What fills the window. Its items may be made only when the window has first been drawn.
     virtual void setContentView(const View& view) = 0;
     virtual void setMinSize(const QSize& size) = 0;
     /// Puts it in the middle of the screen.

@@ -6,6 +6,7 @@
 #include "Velmorin/VelmorinMainView.h"
 
 #include <QGuiApplication>
+#include <QQuickItem>
 #include <QQuickWindow>
 
 #include <benchmark/benchmark.h>
@@ -27,6 +28,9 @@ void logLines(benchmark::State& state) {
         window->makeKeyAndOrderFront();
         auto* const shown =
             qobject_cast<QQuickWindow*>(QGuiApplication::topLevelWindows().constFirst());
+        while (shown->contentItem()->childItems().empty()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
         for (auto _ : state) {
             for (int64_t i = 0; i < state.range(0); ++i) {
                 LiveLog::shared()->add(QStringLiteral("Trying AX direct text access…"));

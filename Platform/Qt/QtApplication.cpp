@@ -25,7 +25,7 @@ QWindowList visibleWindows() {
 QPalette darkPalette() {
     return {QColor(0xffffff), QColor(0x4a4a4a), QColor(0x6a6a6a),
             QColor(0x161616), QColor(0x303030), QColor(0xffffff),
-            QColor(0xffffff), QColor(0x1e1e1e), QColor(0x2b2b2b)};
+            QColor(0xffffff), QColor(0x161616), QColor(0x1e1e1e)};
 }
 
 } // namespace

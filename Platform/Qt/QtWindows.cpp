@@ -7,8 +7,10 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QPointer>
 #include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
@@ -21,6 +23,17 @@ namespace velmorin {
 using namespace std::chrono_literals;
 
 namespace {
+
+/// The engine of all windows' views.
+std::shared_ptr<QQmlEngine> makeEngine() {
+    auto engine = std::make_shared<QQmlEngine>();
+    engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    addSymbolProvider(*engine);
+    // Qt Quick has to know its own types before there is a window: a screen reader that looks at
+    // one earlier makes it conclude, for good, that no item has a name or a role.
+    QQmlComponent(engine.get()).setData("import QtQuick; Item {}", {});
+    return engine;
+}
 
 /// A drag changes the frame some hundred times a second; this often it is stored.
 constexpr auto kSaveInterval = 100ms;
@@ -47,6 +60,9 @@ public:
         }
         connect(m_window.get(), &QWindow::widthChanged, this, &QuickWindow::fill);
         connect(m_window.get(), &QWindow::heightChanged, this, &QuickWindow::fill);
+        // Queued: other things may have waited for the window to be shown, and come first.
+        connect(m_window.get(), &QQuickWindow::frameSwapped, this, &QuickWindow::makeContent,
+                static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
         connect(qApp, &QCoreApplication::aboutToQuit, this, &QuickWindow::takeDown);
     }
 
@@ -55,14 +71,10 @@ public:
     void setTitle(const QString& title) override { m_window->setTitle(title); }
 
     void setContentView(const View& view) override {
-        QQmlComponent component(m_engine.get(), view.source);
-        if (!component.isReady()) {
-            qFatal("%s", qUtf8Printable(component.errorString()));
+        m_view = view;
+        if (m_isDrawn) {
+            makeContent();
         }
-        m_content.reset(
-            qobject_cast<QQuickItem*>(component.createWithInitialProperties(view.properties)));
-        m_content->setParentItem(m_window->contentItem());
-        fill();
     }
 
     void setMinSize(const QSize& size) override { m_window->setMinimumSize(size); }
@@ -101,6 +113,9 @@ public:
     }
 
     bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Expose && m_window) { // none while it is taken down
+            m_window->setColor(QGuiApplication::palette().color(QPalette::Window));
+        }
         if (event->type() == QEvent::Close) {
             saveFrame(); // while the window still has its frame
             if (m_delegate != nullptr) {
@@ -111,6 +126,22 @@ public:
     }
 
 private:
+    void makeContent() {
+        m_isDrawn = true;
+        m_content.reset();
+        if (!m_window || m_view == View()) {
+            return;
+        }
+        QQmlComponent component(m_engine.get(), m_view.source);
+        if (!component.isReady()) {
+            qFatal("%s", qUtf8Printable(component.errorString()));
+        }
+        m_content.reset(
+            qobject_cast<QQuickItem*>(component.createWithInitialProperties(m_view.properties)));
+        m_content->setParentItem(m_window->contentItem());
+        fill();
+    }
+
     void fill() {
         if (m_content) {
             m_content->setSize(m_window->size());
@@ -158,10 +189,12 @@ private:
     std::shared_ptr<MainQueue> m_mainQueue;
     std::shared_ptr<UserDefaults> m_defaults;
     std::unique_ptr<QQuickWindow> m_window;
+    View m_view;
     std::unique_ptr<QQuickItem> m_content;
     WindowDelegate* m_delegate = nullptr;
     QString m_autosaveName;
     std::optional<QRect> m_frame; ///< As it was stored last, or is to be.
+    bool m_isDrawn = false;
     bool m_isSavePending = false;
 };
 
@@ -178,9 +211,7 @@ QtWindows::~QtWindows() = default;
 
 std::shared_ptr<Window> QtWindows::window(const QSize& contentSize) {
     if (!m_engine) {
-        m_engine = std::make_shared<QQmlEngine>();
-        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        addSymbolProvider(*m_engine);
+        m_engine = makeEngine();
     }
     return std::make_shared<QuickWindow>(contentSize, m_engine, m_mainQueue, m_defaults);
 }

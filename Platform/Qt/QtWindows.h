@@ -13,6 +13,9 @@ namespace velmorin {
 
 /// Qt Quick windows, drawn by the software renderer. Must not outlive the QApplication; windows
 /// that are left when its event loop ends are taken down then.
+///
+/// A window is shown empty, and its view's items are made right after that: what an application
+/// does next does not wait for them, and neither does the first frame.
 class QtWindows : public Windows {
 public:
     QtWindows(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<UserDefaults> defaults);

@@ -170,6 +170,12 @@ class Window(ApplicationTest):
                 self.assertEqual(velmorin.process.wait(timeout=60), 0)
                 self.assertEqual(velmorin.stop(), "")
 
+    def test_its_smallest_size(self):
+        [window] = self.windows()
+        xdotool("windowsize", window, "100", "100")
+        wait_until(lambda: self.frame()[2:] == (380, 520), "the smallest size")
+
+
 class Frame(ApplicationTest):
     def move(self, x, y, width, height):
         [window] = self.windows()
@@ -334,16 +340,20 @@ class OwnAccessibility(ApplicationTest):
     def names(self, role):
         return [element.get_name() for element in self.velmorin.elements(role)]
 
-    def rows(self):
-        return [name.split("] ", 1)[1] for name in self.names("list item")]
-
-    def test_it_is_read_and_used_from_outside(self):
-        badges = {
+    def badges(self):
+        return {
             element.get_name(): element.get_description()
             for element in self.velmorin.elements("label")
             if element.get_name() in ("Hotkey", "Accessibility")
         }
-        self.assertEqual(badges, {"Hotkey": "on", "Accessibility": "on"})
+
+    def rows(self):
+        return [name.split("] ", 1)[1] for name in self.names("list item")]
+
+    def test_it_is_read_and_used_from_outside(self):
+        wait_until(
+            lambda: self.badges() == {"Hotkey": "on", "Accessibility": "on"}, "both badges on"
+        )
         self.assertEqual(self.rows()[0], "Velmorin launched")
 
         self.velmorin.press("push button", "Clear")
@@ -393,7 +403,7 @@ class OwnAccessibility(ApplicationTest):
     def tab_to(self, name):
         """Gives the names of what had the focus on the way."""
         names = []
-        while True:
+        for _ in range(100):
             focused = self.velmorin.focused()
             if focused:
                 names.append(focused[1])
@@ -401,6 +411,7 @@ class OwnAccessibility(ApplicationTest):
                 return names
             xdotool("key", "Tab")
             wait_until(lambda: self.velmorin.focused() not in (None, focused), "the next element")
+        raise AssertionError(f"no {name!r} among {names}")
 
     def test_the_keyboard_reaches_everything(self):
         names = self.tab_to("Open Accessibility Settings")

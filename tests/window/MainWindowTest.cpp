@@ -37,11 +37,17 @@ struct MainWindow : testing::Test {
             AppLaunchContainer(QStringLiteral("Velmorin"), [this] { return view.body(); }).body());
         window->makeKeyAndOrderFront();
         quickWindow = qobject_cast<QQuickWindow*>(QGuiApplication::topLevelWindows().constFirst());
+        wasShownEmpty = quickWindow->isVisible() && !isFilled();
+        EXPECT_TRUE(waitUntil([this] { return isFilled(); }));
         log_ = findItem(quickWindow->contentItem(), [](const QQuickItem& item) {
             return item.inherits("QQuickListView") && item.height() == 170;
         });
     }
     ~MainWindow() override { Platform::setProcess({}); }
+
+    [[nodiscard]] bool isFilled() const {
+        return !quickWindow->contentItem()->childItems().empty();
+    }
 
     void addLines(int count) {
         for (int i = 0; i < count; ++i) {
@@ -80,8 +86,24 @@ struct MainWindow : testing::Test {
     std::shared_ptr<Window> window;
     QQuickWindow* quickWindow = nullptr;
     QQuickItem* log_ = nullptr;
+    bool wasShownEmpty = false;
     int lines = 0;
 };
+
+TEST_F(MainWindow, TheWindowDoesNotWaitForItsContents) {
+    EXPECT_TRUE(wasShownEmpty);
+    const QList<QQuickItem*> contents = quickWindow->contentItem()->childItems();
+    EXPECT_EQ(contents.size(), 1);
+    quickWindow->close();
+    bool isDrawnAgain = false;
+    QObject context;
+    QObject::connect(
+        quickWindow, &QQuickWindow::frameSwapped, &context, [&] { isDrawnAgain = true; },
+        Qt::QueuedConnection);
+    window->makeKeyAndOrderFront();
+    ASSERT_TRUE(waitUntil([&] { return isDrawnAgain; }));
+    EXPECT_EQ(quickWindow->contentItem()->childItems(), contents) << "not made anew";
+}
 
 TEST_F(MainWindow, TheNewestLineIsScrolledIntoView) {
     ASSERT_NE(log_, nullptr);
