@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The one place that knows which back ends make up an X11 desktop.
 #include "Platform/Freedesktop/AtSpiAccessibility.h"
+#include "Platform/Freedesktop/FilePages.h"
+#include "Platform/Freedesktop/FreedMemory.h"
 #include "Platform/Freedesktop/FreedesktopWorkspace.h"
 #include "Platform/Freedesktop/PortalAuthorization.h"
 #include "Platform/Freedesktop/PortalColorScheme.h"
@@ -26,7 +28,9 @@
 
 #include <QIcon>
 #include <QPixmap>
+#include <QTimer>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
@@ -34,7 +38,11 @@
 
 namespace velmorin {
 
+using namespace std::chrono_literals;
+
 namespace {
+
+constexpr auto closingTime = 1s;
 
 /// The application, and what lives as long as it and serves it alone.
 class X11Application : public QtApplication {
@@ -66,6 +74,7 @@ void outliveLostBus() {
 std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
     forbidCoreFiles();
     outliveLostBus();
+    keepFreedMemory();
     // Qt ends the process when there is no display.
     if (!XcbConnection::canOpen()) {
         const QString display = qEnvironmentVariable("DISPLAY");
@@ -84,6 +93,10 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         return EarlyEnd{1, QStringLiteral("it runs already, but does not answer")};
     }
     application->colorScheme.follow();
+    QObject::connect(qApp, &QGuiApplication::lastWindowClosed, application.get(), [] {
+        // Closing uses some itself.
+        QTimer::singleShot(closingTime, qApp, releaseFilePages);
+    });
     QGuiApplication::setDesktopFileName(QStringLiteral("org.velmorin.Velmorin"));
     QGuiApplication::setWindowIcon(QPixmap::fromImage(SvgSymbolImages::render(
         QStringLiteral("arrow.left.arrow.right.circle.fill"), {128, 128}, QColor(0x008299))));
@@ -100,14 +113,16 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         setInTaskbar(*connection, static_cast<xcb_window_t>(window), isInTaskbar);
     });
     const auto keyboard = std::make_shared<XcbKeyboard>(connection);
+    const auto mainQueue = std::make_shared<QtMainQueue>();
+    QObject::connect(mainQueue.get(), &QtMainQueue::rested, releaseFreedMemory);
     Platform platform;
     platform.application = application;
-    platform.mainQueue = std::make_shared<QtMainQueue>();
+    platform.mainQueue = mainQueue;
     platform.clock = std::make_shared<QtClock>();
     platform.hotKeys = std::make_shared<XcbHotKeys>(connection, keyboard);
     platform.activeWindow = std::make_shared<XcbActiveWindow>(connection);
     platform.accessibility = std::make_shared<AtSpiAccessibility>(platform.activeWindow);
-    platform.pasteboard = std::make_shared<XcbPasteboard>(connection, platform.mainQueue);
+    platform.pasteboard = std::make_shared<XcbPasteboard>(connection, mainQueue);
     platform.keyEvents = std::make_shared<XTestKeyEvents>(connection, keyboard);
     platform.eventTaps = std::make_shared<XcbEventTaps>(connection, keyboard);
     platform.standardUserDefaults = std::make_shared<SqliteUserDefaults>(
@@ -122,8 +137,7 @@ std::variant<Platform, EarlyEnd> makePlatform(int& argc, char** argv) {
         std::make_shared<StatusNotifierWatch>(), std::make_shared<XcbTrayWatch>(connection)});
     platform.symbolImages = std::make_shared<SvgSymbolImages>();
     platform.timers = std::make_shared<QtTimers>();
-    platform.windows =
-        std::make_shared<QtWindows>(platform.mainQueue, platform.standardUserDefaults);
+    platform.windows = std::make_shared<QtWindows>(mainQueue, platform.standardUserDefaults);
     platform.workspace = std::make_shared<FreedesktopWorkspace>();
     return platform;
 }
