@@ -280,5 +280,16 @@ TEST_F(SecretServiceKeychainTest, deletesAllOfOursAndNothingOfOtherPrograms) {
     EXPECT_EQ(session.countItems(attributes), 1);
 }
 
+TEST_F(SecretServiceKeychainTest, givesItsConnectionsBack) {
+    session.startKeyring(true);
+    const auto openFiles = [] { return QDir("/proc/self/fd").entryList().size(); };
+    EXPECT_EQ(find(), errSecItemNotFound);
+    const auto before = openFiles();
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(find(), errSecItemNotFound);
+    }
+    EXPECT_TRUE(waitUntil([&] { return openFiles() <= before; }));
+}
+
 } // namespace
 } // namespace velmorin

@@ -63,6 +63,20 @@ protected:
     const QString path = home.filePath(QStringLiteral("a/objects.sqlite"));
 };
 
+TEST_F(SqliteObjectDatabaseTest, isForTheUserAlone) {
+    const mode_t mask = ::umask(0);
+    SqliteObjectDatabase database(path);
+    ASSERT_TRUE(database.createTable(thingSchema));
+    ::umask(mask);
+    for (const auto& [suffix, mode] : {std::pair{"/..", 0700}, std::pair{"", 0600},
+                                       std::pair{"-wal", 0600}, std::pair{"-shm", 0600}}) {
+        const QString each = *suffix == '/' ? QFileInfo(path).path() : path + QLatin1String(suffix);
+        struct stat status {};
+        ASSERT_EQ(::stat(qPrintable(each), &status), 0) << suffix;
+        EXPECT_EQ(status.st_mode & 07777U, static_cast<mode_t>(mode)) << suffix;
+    }
+}
+
 TEST_F(SqliteObjectDatabaseTest, processesWriteSideBySide) {
     // In memory: on a disk that takes a second to sync, waiting in vain would be right.
     const QTemporaryDir memory(QStringLiteral("/dev/shm/velmorin-XXXXXX"));
@@ -83,6 +97,36 @@ TEST_F(SqliteObjectDatabaseTest, processesWriteSideBySide) {
         SqliteObjectDatabase database(file);
         ASSERT_TRUE(database.createTable(thingSchema));
         EXPECT_EQ(count(database), 60);
+    }
+}
+
+TEST_F(SqliteObjectDatabaseTest, whatWasCommittedSurvivesAKill) {
+    int told = 0;
+    int untold = 0; // at most
+    for (const int kills : {1, 3, 60}) {
+        Process writer([this](const Process::Report& report) {
+            SqliteObjectDatabase database(path);
+            bool isRight = database.createTable(thingSchema);
+            while (isRight) {
+                isRight = insertPair(database, 1);
+                report(1);
+            }
+            return isRight;
+        });
+        for (int i = 0; i < kills; ++i) {
+            ASSERT_TRUE(writer.next());
+        }
+        writer.kill();
+        told += kills;
+        while (writer.next()) {
+            ++told;
+        }
+        ++untold;
+        SqliteObjectDatabase database(path);
+        ASSERT_TRUE(database.createTable(thingSchema)) << qPrintable(database.lastError());
+        EXPECT_EQ(count(database) % 2, 0);
+        EXPECT_GE(count(database), 2 * told);
+        EXPECT_LE(count(database), 2 * (told + untold));
     }
 }
 

@@ -166,6 +166,46 @@ TEST_F(SqliteUserDefaultsTest, damagedFileIsKeptAsideAndReplaced) {
     }
 }
 
+TEST_F(SqliteUserDefaultsTest, anyDamagedHeaderByteLeavesItUsable) {
+    constexpr int writeVersion = 18; // of the future: SQLite then reads only
+    { SqliteUserDefaults(path).set(key, 1); }
+    const QByteArray good = contents();
+    for (int i = 0; i < 120; ++i) {
+        QFile::remove(path);
+        write(QByteArray(good).replace(i, 1, "\xc3"));
+        testing::internal::CaptureStderr();
+        {
+            SqliteUserDefaults defaults(path);
+            defaults.set(key, i);
+            EXPECT_EQ(defaults.integer(key), i);
+            defaults.removeObject(otherKey);
+        }
+        EXPECT_LE(linesOnStandardError(), 1);
+        EXPECT_EQ(savedInteger(key), i == writeVersion ? 1 : i);
+    }
+}
+
+TEST_F(SqliteUserDefaultsTest, damageNoticedLaterIsHandledByEveryObject) {
+    SqliteUserDefaults first(path);
+    SqliteUserDefaults second(path);
+    first.set(key, 1);
+    second.set(otherKey, QByteArray(100'000, 'x')); // what `first` has cached is out of date
+    Process damager([&](const Process::Report&) {
+        const QDeadlineTimer none;
+        SqliteDatabase database(path, SqliteDatabase::Access::readWrite, none);
+        const bool isDone = database.run("PRAGMA wal_checkpoint(TRUNCATE)").code == SQLITE_OK;
+        write(QByteArray(8192, 'x'));
+        return isDone;
+    });
+    ASSERT_TRUE(damager.isRight());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(first.integer(key), 0);
+    second.set(otherKey, 2);
+    EXPECT_EQ(linesOnStandardError(), 1);
+    EXPECT_EQ(first.integer(otherKey), 2);
+    EXPECT_FALSE(setAside().isEmpty());
+}
+
 TEST_F(SqliteUserDefaultsTest, replacedOrRemovedFileIsNoticed) {
     SqliteUserDefaults defaults(path);
     defaults.set(key, 1);
@@ -239,6 +279,27 @@ TEST_F(SqliteUserDefaultsTest, whatDidNotFitIsSavedWhenThereIsRoomAgain) {
     EXPECT_TRUE(defaults.data(otherKey));
 }
 
+TEST_F(SqliteUserDefaultsTest, whatAKilledProcessLeftIsReadOnAFullDisk) {
+    Process writer([&](const Process::Report& report) {
+        SqliteUserDefaults defaults(path);
+        defaults.set(key, 1);
+        report(1);
+        ::pause();
+        return true;
+    });
+    ASSERT_TRUE(writer.next());
+    writer.kill();
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(Process([&](const Process::Report&) {
+                    const FullDisk full(1024);
+                    SqliteUserDefaults defaults(path);
+                    defaults.set(otherKey, 2);
+                    return defaults.integer(key) == 1 && defaults.integer(otherKey) == 2;
+                }).isRight());
+    EXPECT_EQ(linesOnStandardError(), 1);
+    EXPECT_EQ(savedInteger(key), 1);
+}
+
 TEST_F(SqliteUserDefaultsTest, processesWriteSideBySide) {
     const auto writeFrom = [&](int start) {
         return [this, start](const Process::Report&) {
@@ -260,29 +321,40 @@ TEST_F(SqliteUserDefaultsTest, processesWriteSideBySide) {
 }
 
 TEST_F(SqliteUserDefaultsTest, stoppedProcessWithALockDelaysTheWriteOnly) {
-    { SqliteUserDefaults(path).set(key, 1); }
-    Process holder([&](const Process::Report& report) {
+    const auto holdTransaction = [&] {
+        const QDeadlineTimer none;
+        static SqliteDatabase database(path, SqliteDatabase::Access::readWrite, none);
+        return database.run("BEGIN EXCLUSIVE").code == SQLITE_OK;
+    };
+    const auto holdIndex = [&] { // as in the middle of opening
         const int index = ::open(qPrintable(path + QStringLiteral("-shm")), O_RDWR | O_CREAT, 0600);
-        struct flock lock {}; // as in the middle of opening
+        struct flock lock {};
         lock.l_type = F_WRLCK;
         lock.l_start = 128;
         lock.l_len = 1;
-        report(::fcntl(index, F_SETLK, &lock));
-        ::pause();
-        return true;
-    });
-    ASSERT_EQ(holder.next(), 0);
-    SqliteUserDefaults defaults(path);
-    testing::internal::CaptureStderr();
-    QElapsedTimer elapsed;
-    elapsed.start();
-    defaults.set(key, 2);
-    EXPECT_LT(elapsed.elapsed(), 5000); // SQLite left to itself waits for ten seconds
-    EXPECT_EQ(defaults.integer(key), 2);
-    EXPECT_EQ(linesOnStandardError(), 1);
-    holder.kill();
-    defaults.set(otherKey, 1);
-    EXPECT_EQ(savedInteger(key), 2);
+        return ::fcntl(index, F_SETLK, &lock) == 0;
+    };
+    { SqliteUserDefaults(path).set(key, 1); }
+    int value = 1;
+    for (const auto& hold : std::vector<std::function<bool()>>{holdTransaction, holdIndex}) {
+        Process holder([&](const Process::Report& report) {
+            report(hold() ? 1 : 0);
+            ::pause();
+            return true;
+        });
+        ASSERT_EQ(holder.next(), 1);
+        SqliteUserDefaults defaults(path);
+        testing::internal::CaptureStderr();
+        QElapsedTimer elapsed;
+        elapsed.start();
+        defaults.set(key, ++value);
+        EXPECT_LT(elapsed.elapsed(), 5000); // SQLite left to itself waits for ten seconds
+        EXPECT_EQ(defaults.integer(key), value);
+        EXPECT_EQ(linesOnStandardError(), 1);
+        holder.kill();
+        defaults.set(otherKey, 1);
+        EXPECT_EQ(savedInteger(key), value);
+    }
 }
 
 } // namespace

@@ -120,6 +120,34 @@ TEST_F(XcbHotKeysTest, ACombinationThatAnotherClientOwnsInPartIsRefusedWhole) {
     EXPECT_FALSE(error);
 }
 
+TEST_F(XcbHotKeysTest, WhatAKeyboardMapMakesImpossibleLeavesTheRest) {
+    ASSERT_EQ(registerHotKey(), noErr);
+    xcb_grab_key(m_user.c(), 0, m_user.root(), XCB_MOD_MASK_1 | XCB_MOD_MASK_3, test::keySpace,
+                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    // Num Lock moves from Mod2 to Mod3, where the other client has the key.
+    const XcbPtr<xcb_get_modifier_mapping_reply_t> before(
+        xcb_get_modifier_mapping_reply(m_user.c(), xcb_get_modifier_mapping(m_user.c()), nullptr));
+    const uint8_t width = before->keycodes_per_modifier;
+    const xcb_keycode_t* keys = xcb_get_modifier_mapping_keycodes(before.get());
+    std::vector<xcb_keycode_t> moved(keys, keys + ptrdiff_t{8} * width);
+    std::swap_ranges(moved.begin() + ptrdiff_t{4} * width, moved.begin() + ptrdiff_t{5} * width,
+                     moved.begin() + ptrdiff_t{5} * width);
+    const auto setMapping = [&](const xcb_keycode_t* mapping) {
+        const XcbPtr<xcb_set_modifier_mapping_reply_t> set(xcb_set_modifier_mapping_reply(
+            m_user.c(), xcb_set_modifier_mapping(m_user.c(), width, mapping), nullptr));
+        settle();
+    };
+    setMapping(moved.data());
+    tapHotKey();
+    EXPECT_TRUE(waitUntil([] { return presses == 1; }));
+    // As soon as the map allows it, all is as it was.
+    setMapping(keys);
+    m_user.tap(test::keyNumLock);
+    tapHotKey();
+    EXPECT_TRUE(waitUntil([] { return presses == 2; }));
+    m_user.tap(test::keyNumLock);
+}
+
 TEST_F(XcbHotKeysTest, UnknownKeysAndModifiersAreRefused) {
     EXPECT_EQ(registerHotKey(0x77), eventHotKeyInvalidErr);
     EXPECT_EQ(registerHotKey(kVK_Space, 0x40000), eventHotKeyInvalidErr);

@@ -174,6 +174,17 @@ TEST_F(XcbPasteboardTest, AKilledOwnerLeavesNothing) {
     EXPECT_EQ(read(), std::nullopt);
 }
 
+TEST_F(XcbPasteboardTest, ALossIsForgottenOnceThePasteboardIsTakenBack) {
+    set(QStringLiteral("first"));
+    const auto other = XcbConnection::open();
+    xcb_set_selection_owner(other->get(), other->window(), other->atom("CLIPBOARD"),
+                            other->serverTime());
+    std::ignore = other->serverTime(); // waits until it is done, while our event loop stands
+    set(QStringLiteral("second"));
+    EXPECT_EQ(paste(), "second");
+    EXPECT_EQ(read(), QStringLiteral("second"));
+}
+
 /// A client on this thread that asks for the clipboard, step by step.
 class Requestor {
 public:
@@ -401,6 +412,24 @@ TEST_F(XcbPasteboardTest, ALateAnswerIsNotTakenForALaterOne) {
     EXPECT_EQ(read(), std::nullopt);
     EXPECT_EQ(read(), QStringLiteral("right"));
     EXPECT_EQ(read(), QStringLiteral("right"));
+}
+
+TEST_F(XcbPasteboardTest, ALateOwnerIsRidOfItsPieces) {
+    std::optional<ForeignClient::Request> first;
+    std::atomic<int> piecesLeft = 10;
+    const ForeignClient owner([&](ForeignClient& self, const ForeignClient::Request& request) {
+        if (!first) {
+            first = request;
+            return;
+        }
+        self.sendPieces(*first, first->target, [&]() -> std::optional<QByteArray> {
+            return --piecesLeft >= 0 ? std::optional<QByteArray>("late") : std::nullopt;
+        });
+        self.deliver(request, request.target, "right");
+    });
+    EXPECT_EQ(read(), std::nullopt);
+    EXPECT_EQ(read(), QStringLiteral("right"));
+    EXPECT_TRUE(waitUntil([&] { return piecesLeft <= 0; }));
 }
 
 } // namespace

@@ -195,6 +195,28 @@ TEST_F(SensorsTest, EveryEighthReportIsKept) {
     EXPECT_EQ(motion.read(), (MotionData{-0.5, -32768, 1.0 / 65536}));
 }
 
+TEST_F(SensorsTest, TheCountAndTheSampleSurviveClosing) {
+    MemoryHidDevice& device = *addAccelerometer().hidDevice;
+    AppleSPUHIDAccelerometerBackend backend(kernel);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(backend.open()); // drops the device that was open
+        device.send(report(0x00010000));
+        device.send(report(0x00010000));
+    }
+    EXPECT_EQ(backend.decimationTick, 8);
+    backend.close();
+    device.send(report(0x00020000));
+    EXPECT_EQ(backend.latest, (MotionData{1, 0, 0}));
+    EXPECT_EQ(device.journal.count("close 0"), 4);
+    EXPECT_EQ(backend.reportBuffer, nullptr);
+
+    EXPECT_TRUE(backend.open());
+    backend.decimationTick = std::numeric_limits<qint64>::max();
+    EXPECT_DEATH(device.send(report(0)), "overflowed");
+    device.hasRunLoop = false;
+    EXPECT_DEATH((void)backend.open(), "main run loop");
+}
+
 TEST_F(SensorsTest, TheLidIsMeasuredOrElseEstimated) {
     LidAngleSensor lid(kernel);
     EXPECT_EQ(printed([&] { EXPECT_EQ(lid.read(), 90); }), noLight);

@@ -29,7 +29,12 @@ protected:
 
     const std::shared_ptr<MemoryUserDefaults> defaults = std::make_shared<MemoryUserDefaults>();
     const std::shared_ptr<MemoryKeychain> keychain = std::make_shared<MemoryKeychain>();
-    StorageManager storage{defaults, keychain, nullptr};
+    QStringList openedSuites;
+    std::shared_ptr<UserDefaults> suite;
+    StorageManager storage{defaults, keychain, [this](const QString& name) {
+                               openedSuites.append(name);
+                               return suite;
+                           }};
 };
 
 /// Stores `value` and expects to find `text`, and the same value again.
@@ -165,6 +170,14 @@ TEST_F(StorageManagerTest, readsSecretsThatAreText) {
     keychain->copyResult.reset();
     keychain->copyStatus = errSecNotAvailable;
     EXPECT_FALSE(storage.readFromKeychain(account, service));
+}
+
+TEST_F(StorageManagerTest, opensTheSuiteOnEveryCall) {
+    EXPECT_EQ(storage.sharedDefaults(), nullptr);
+    suite = std::make_shared<MemoryUserDefaults>();
+    EXPECT_EQ(storage.sharedDefaults(), suite);
+    const QString name = QStringLiteral("group.org.velmorin.shared");
+    EXPECT_EQ(openedSuites, QStringList({name, name}));
 }
 
 } // namespace
