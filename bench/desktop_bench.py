@@ -1,7 +1,10 @@
 # SPDX-License-Identifier: MIT
 """Measures the built program on a private desktop: flips, start and footprint, beside its peers.
-Prints nothing but progress; the figures go to a JSON file."""
+The figures of one part go to a JSON file.
 
+desktop_bench.py processes|flips|start|footprint BINARIES OUTPUT"""
+
+import datetime
 import json
 import os
 import shutil
@@ -20,6 +23,7 @@ from desktop_driver import (  # noqa: E402
     NOTHING_COPIED,
     AccessibleEditor,
     Bus,
+    Clipboard,
     InaccessibleEditor,
     Qt6Field,
     Velmorin,
@@ -29,18 +33,19 @@ from desktop_driver import (  # noqa: E402
     session_processes,
     start_quietly,
     used_ticks,
+    wait_until,
     xdotool,
 )
 from gi.repository import Atspi, Gio, GLib  # noqa: E402
 from Xlib import XK, X as x11, display  # noqa: E402
-from Xlib.ext import damage, xtest  # noqa: E402
+from Xlib.ext import damage, xfixes, xtest  # noqa: E402
 
 FLIPS = 30
 STARTS = 7
 IDLE = 60  # seconds
 REST = 70  # seconds, until what is kept for half a minute after use is given up
 CLIPBOARD_STEPS = [("  ⌘A", "  ⌘C", 120), ("  ⌘C", "  Clipboard", 200),
-                   ("  Converted", "  ⌘V", 60), ("  ⌘V", "── FLIP DONE", 250)]  # fmt: skip
+                   ("  Converted", "  ⌘V", 60), ("  ⌘V", "restored", 250)]  # fmt: skip
 
 
 def summary(values):
@@ -224,24 +229,58 @@ def direct_flips(velmorin, keyboard, kind, size, folder):
     return result
 
 
+class ClipboardChanges:
+    """When the clipboard had another owner or other contents, in milliseconds of the day, as the
+    log's time stamps are."""
+
+    def __init__(self):
+        self.times = []
+        self.display = display.Display()
+        self.display.xfixes_query_version()
+        self.display.xfixes_select_selection_input(
+            self.display.screen().root, self.display.get_atom("CLIPBOARD"),
+            xfixes.XFixesSetSelectionOwnerNotifyMask,
+        )  # fmt: skip
+        self.display.sync()
+        threading.Thread(target=self._listen, daemon=True).start()
+
+    def _listen(self):
+        while True:
+            self.display.next_event()
+            now = datetime.datetime.now()
+            midnight = now.replace(hour=0, minute=0, second=0, microsecond=0)
+            self.times.append((now - midnight).total_seconds() * 1000)
+
+
 def clipboard_flips(velmorin, keyboard, folder):
-    """How late each step of a clipboard flip is, in milliseconds by the log."""
+    """How late each step of a clipboard flip is, in milliseconds by the log. The last one is there
+    when the clipboard is put back, which is before its line."""
     editor = open_editor(InaccessibleEditor, folder, "hgsghk ugdlk")
+    earlier = Clipboard.set("what was there before")
+    changes = ClipboardChanges()
     lateness = [[] for _ in CLIPBOARD_STEPS]
     for _ in range(FLIPS):
         _, lines = flip(velmorin, keyboard)
         for late, (first, second, delay) in zip(lateness, CLIPBOARD_STEPS):
-            begin, end = (log_time(next(line for line in lines if text in line))
-                          for text in (first, second))  # fmt: skip
+            begin = log_time(next(line for line in lines if first in line))
+            if second == "restored":
+                end = wait_until(lambda: next((time for time in changes.times if time > begin), None),
+                                 "the clipboard to be put back")  # fmt: skip
+            else:
+                end = log_time(next(line for line in lines if second in line))
             late.append(end - begin - delay)
         velmorin.ready_again()
+    earlier.kill()
+    earlier.wait()
     editor.stop()
     return {f"{first.strip()} → {second.strip(' ─')}": summary(late)
             for late, (first, second, _) in zip(lateness, CLIPBOARD_STEPS)}  # fmt: skip
 
 
 class Frames:
-    """When a new window of the desktop is first drawn."""
+    """When a new window of the desktop is drawn."""
+
+    QUIET = 0.5  # seconds without drawing, after which a window is complete
 
     def __init__(self):
         self.display = display.Display()
@@ -250,20 +289,23 @@ class Frames:
         self.display.damage_query_version()
         self.display.sync()
 
-    def first(self, begin):
-        """Seconds from `begin` to the first drawing in a window that is larger than an icon."""
+    def first_and_last(self, begin):
+        """Seconds from `begin` to the first and to the last drawing in a window that is larger than
+        an icon, until it is complete."""
         notify = self.display.extension_event.DamageNotify
         deadline = time.monotonic() + 60
-        while time.monotonic() < deadline:
+        drawings = []
+        while not drawings or time.monotonic() < begin + drawings[-1] + self.QUIET:
+            assert time.monotonic() < deadline, "no window was drawn, or one is drawn forever"
             while self.display.pending_events():
                 event = self.display.next_event()
                 if event.type == x11.CreateNotify and event.width > 100 and event.height > 100:
                     event.window.damage_create(damage.DamageReportRawRectangles)
                     self.display.sync()
                 elif event.type == notify and event.area.width > 50 and event.area.height > 50:
-                    return time.monotonic() - begin
+                    drawings.append(time.monotonic() - begin)
             time.sleep(0.001)
-        raise AssertionError("no window was drawn")
+        return drawings[0], drawings[-1]
 
 
 def start_times(binaries, folder):
@@ -277,7 +319,7 @@ def start_times(binaries, folder):
     for name, command in peers.items():
         if not shutil.which(command[0]):
             continue
-        frames, hotkeys = [], []
+        frames, complete, hotkeys = [], [], []
 
         def read(process, begin):
             for line in process.stdout:
@@ -294,7 +336,9 @@ def start_times(binaries, folder):
                                     stdout=subprocess.PIPE, start_new_session=True)  # fmt: skip
             reader = threading.Thread(target=read, args=(process, begin))
             reader.start()
-            frames.append(watch.first(begin) * 1000)
+            first, last = watch.first_and_last(begin)
+            frames.append(first * 1000)
+            complete.append(last * 1000)
             kill_session(process.pid)
             # Some have moved to a session of their own.
             subprocess.run(["pkill", "-KILL", "-x", os.path.basename(command[0])], check=False)
@@ -303,7 +347,7 @@ def start_times(binaries, folder):
             process.stdout.close()
             time.sleep(1)  # the desktop comes to rest
         # The first start fills caches.
-        result[name] = {"frame": summary(frames[1:])}
+        result[name] = {"frame": summary(frames[1:]), "complete": summary(complete[1:])}
         if hotkeys:
             result[name]["hotkey"] = summary(hotkeys[1:])
         print(name, result[name], flush=True)
@@ -428,24 +472,30 @@ def whole_processes(folder):
     return result
 
 
-def main():
-    binaries, output = os.path.abspath(sys.argv[1]), sys.argv[2]
+def flips(binaries, folder):
     keyboard = Keyboard()
-    result = {}
+    velmorin = Velmorin(f"{binaries}/velmorin", environment={"XDG_CONFIG_HOME": folder})
+    direct = [
+        direct_flips(velmorin, keyboard, kind, size, folder)
+        for kind, size in ((AccessibleEditor, 100), (Qt6Field, 100), (AccessibleEditor, 10**6))
+    ]
+    clipboard = clipboard_flips(velmorin, keyboard, folder)
+    velmorin.stop()
+    return {"direct": direct, "clipboard": clipboard}
+
+
+def main():
+    part, binaries, output = sys.argv[1], os.path.abspath(sys.argv[2]), sys.argv[3]
     with tempfile.TemporaryDirectory() as folder:
-        result["processes"] = whole_processes(folder)
-        velmorin = Velmorin(f"{binaries}/velmorin", environment={"XDG_CONFIG_HOME": folder})
-        result["direct"] = [
-            direct_flips(velmorin, keyboard, kind, size, folder)
-            for kind, size in ((AccessibleEditor, 100), (Qt6Field, 100), (AccessibleEditor, 10**6))
-        ]
-        print(result["direct"], flush=True)
-        result["clipboard"] = clipboard_flips(velmorin, keyboard, folder)
-        print(result["clipboard"], flush=True)
-        velmorin.stop()
-        result["start"] = start_times(binaries, folder)
-        result["footprint"] = footprints(binaries, keyboard, folder)
-        print(result["footprint"], flush=True)
+        if part == "processes":
+            result = whole_processes(folder)
+        elif part == "flips":
+            result = flips(binaries, folder)
+        elif part == "start":
+            result = start_times(binaries, folder)
+        else:
+            result = footprints(binaries, Keyboard(), folder)
+    print(result, flush=True)
     with open(output, "w", encoding="utf-8") as file:
         json.dump(result, file, indent=1, ensure_ascii=False)
 

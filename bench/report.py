@@ -77,20 +77,26 @@ def flips(direct, clipboard):
           f"{each['waits'] * each['round_trip']:.1f}"]
          for each in direct],
     )  # fmt: skip
-    yield ("By the clipboard: how late each step is. A key's step holds the time in which the"
-           " application confirms that it has read the key.")  # fmt: skip
+    yield ("By the clipboard: how late each step is, the copied text's reading and the clipboard's"
+           " putting back included.")  # fmt: skip
     yield ""
     yield from table(["step", "late by"], [[name, spread(late)] for name, late in clipboard.items()])
 
 
 def starts(start):
     empty = start["empty Qt Quick window"]["frame"]["median"]
-    yield "## Start, milliseconds from the process's start to the first drawn window"
+    yield "## Start, milliseconds from the process's start"
     yield ""
+    yield ("To the registered hotkey, to the first frame of the window, and to the last one before it"
+           " stands still, with all its contents (drawings larger than an icon count); and that beside"
+           " the empty window's first frame.")  # fmt: skip
+    yield ""
+    moments = ("hotkey", "frame", "complete")
     yield from table(
-        ["program", "window", "beside the empty window", "hotkey"],
-        [[name, spread(each["frame"], 0), f"× {each['frame']['median'] / empty:.1f}",
-          spread(each["hotkey"], 0) if "hotkey" in each else ""] for name, each in start.items()],
+        ["program", "hotkey", "", "first frame", "", "complete", ""],
+        [[name, *(text for moment in moments for text in (
+            (spread(each[moment], 0), f"× {each[moment]['median'] / empty:.1f}")
+            if moment in each else ("", "")))] for name, each in start.items()],
     )  # fmt: skip
 
 
@@ -126,7 +132,7 @@ def window(results):
 
 def main():
     folder, output = sys.argv[1:]
-    desktop = load(folder, "desktop.json")
+    measured = load(folder, "flips.json")
     with open("/proc/cpuinfo", encoding="utf-8") as file:
         processor = next(line.split(": ")[1].strip() for line in file if "model name" in line)
     packages = ["libqt6core6", "libicu72", "copyq", "autokey-gtk", "xneur", "perl", "python3"]
@@ -134,14 +140,14 @@ def main():
                               capture_output=True, text=True).stdout.rstrip(", ")  # fmt: skip
     lines = [
         "# Performance", "",
-        "Written by `bench/run`, all in one run on one machine; the ratios are what counts. Medians,"
-        " with the middle half in brackets, unless it says otherwise.", "",
+        "Written by `bench/run`, each table in one run, all on one machine; the ratios are what counts."
+        " Medians, with the middle half in brackets, unless it says otherwise.", "",
         f"{platform.freedesktop_os_release()['PRETTY_NAME']}, {os.cpu_count()} processors"
         f" ({processor}), under Xvfb and openbox. {versions}.", "",
-        *conversion(load(folder, "conversion.json"), desktop["processes"]),
-        *flips(desktop["direct"], desktop["clipboard"]),
-        *starts(desktop["start"]),
-        *footprints(desktop["footprint"]),
+        *conversion(load(folder, "conversion.json"), load(folder, "processes.json")),
+        *flips(measured["direct"], measured["clipboard"]),
+        *starts(load(folder, "start.json")),
+        *footprints(load(folder, "footprint.json")),
         *window(load(folder, "window.json")), "",
     ]  # fmt: skip
     with open(os.path.join(os.path.dirname(__file__), "findings.md"), encoding="utf-8") as file:
