@@ -53,7 +53,8 @@ int releaseObject(dl_phdr_info* object, size_t /*size*/, void* /*context*/) {
     return 0;
 }
 
-/// Font files are mapped into memory as long as a font is in use.
+/// Font files are mapped into memory as long as a font is in use, from their beginning. Not so what
+/// a program that lies below such a folder has changed before it made it read-only.
 void releaseFonts() {
     QFile maps(QStringLiteral("/proc/self/maps"));
     if (!maps.open(QIODevice::ReadOnly)) {
@@ -62,7 +63,7 @@ void releaseFonts() {
     const QList<QByteArray> lines = maps.readAll().split('\n');
     for (const QByteArray& line : lines) {
         // "BEGIN-END PERMISSIONS OFFSET DEVICE INODE PATH", see proc(5).
-        const bool isFont = line.contains(" r--p ") && line.contains("/fonts/");
+        const bool isFont = line.contains(" r--p 00000000 ") && line.contains("/fonts/");
         const qsizetype dash = line.indexOf('-');
         const quintptr begin = line.left(dash).toULongLong(nullptr, 16);
         const quintptr end =

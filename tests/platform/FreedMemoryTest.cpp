@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Freedesktop/FreedMemory.h"
+#include "Platform/Freedesktop/FilePages.h"
 
+#include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
 
 #include <array>
 #include <cstdlib>
 #include <cstring>
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -60,6 +64,24 @@ TEST(FreedMemory, ServesAgainAndIsGivenBack) {
     releaseFreedMemory();
     useAndFree(kMiB / 4);
     EXPECT_LT(pageFaults() - beforeLittle, 100);
+}
+
+/// As of a program below such a folder, which the linker changes and then makes read-only.
+TEST(FreedMemory, PagesThatWereChangedAreKeptWhereverTheirFileIs) {
+    const QTemporaryDir home;
+    ASSERT_TRUE(QDir(home.path()).mkdir(QStringLiteral("fonts")));
+    QFile file(home.filePath(QStringLiteral("fonts/program")));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const auto pageSize = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+    ASSERT_TRUE(file.resize(static_cast<qint64>(2 * pageSize)));
+    void* const page = ::mmap(nullptr, pageSize, PROT_READ | PROT_WRITE, MAP_PRIVATE, file.handle(),
+                              static_cast<off_t>(pageSize));
+    ASSERT_NE(page, MAP_FAILED);
+    std::memset(page, 1, pageSize);
+    ASSERT_EQ(::mprotect(page, pageSize, PROT_READ), 0);
+    releaseFilePages();
+    EXPECT_EQ(*static_cast<char*>(page), 1);
+    ::munmap(page, pageSize);
 }
 
 } // namespace
