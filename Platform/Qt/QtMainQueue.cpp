@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Qt/QtMainQueue.h"
 
+#include <QCoreApplication>
 #include <QThread>
 
 #include <algorithm>
+#include <utility>
 
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -14,7 +16,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto kLongestDelay = 24h * 365 * 100; // no overflow
+constexpr auto kLongestDelay = 24h * 365 * 100;        // no overflow
+constexpr std::chrono::nanoseconds kLongestWait = 24h; // Qt counts the milliseconds in an int
 
 } // namespace
 
@@ -24,6 +27,17 @@ QtMainQueue::QtMainQueue(std::chrono::milliseconds restingTime)
         m_notifier = std::make_unique<QSocketNotifier>(m_timer, QSocketNotifier::Read);
         connect(m_notifier.get(), &QSocketNotifier::activated, this, &QtMainQueue::runDue);
     }
+    m_coarseTimer.setSingleShot(true);
+    m_coarseTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_coarseTimer, &QTimer::timeout, this, [this] {
+        runDue();
+        setTimer(); // also when that was too early
+    });
+    // What waits may own what owns this.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        const auto dropped = std::exchange(m_delayed, {});
+        setTimer();
+    });
     m_rest.setSingleShot(true);
     m_rest.setInterval(restingTime);
     connect(&m_rest, &QTimer::timeout, this, &QtMainQueue::rested);
@@ -37,13 +51,20 @@ QtMainQueue::~QtMainQueue() {
 }
 
 void QtMainQueue::async(Block block) {
-    QMetaObject::invokeMethod(
-        this, [this, block = std::move(block)] { run(block); }, Qt::QueuedConnection);
+    auto start = [this, block = std::move(block)] {
+        runDue(); // is older
+        run(block);
+    };
+    QMetaObject::invokeMethod(this, std::move(start), Qt::QueuedConnection);
 }
 
 void QtMainQueue::asyncAfter(std::chrono::nanoseconds delay, Block block) {
-    const Time due = std::chrono::steady_clock::now() +
-                     std::clamp<std::chrono::nanoseconds>(delay, 0ns, kLongestDelay);
+    if (delay <= 0ns) {
+        async(std::move(block));
+        return;
+    }
+    const Time due =
+        std::chrono::steady_clock::now() + std::min<std::chrono::nanoseconds>(delay, kLongestDelay);
     auto add = [this, due, block = std::move(block)]() mutable {
         const auto added = m_delayed.emplace(due, std::move(block));
         if (added == m_delayed.begin()) {
@@ -81,15 +102,16 @@ void QtMainQueue::setTimer() {
         setting.it_value = {.tv_sec = seconds.count(), .tv_nsec = (due - seconds).count()};
     }
     // Also takes back that it has gone off.
-    if (::timerfd_settime(m_timer, TFD_TIMER_ABSTIME, &setting, nullptr) == 0 ||
-        m_delayed.empty()) {
+    if (::timerfd_settime(m_timer, TFD_TIMER_ABSTIME, &setting, nullptr) == 0) {
         return;
     }
     // Out of file descriptors when it was made.
-    const auto left = m_delayed.begin()->first - std::chrono::steady_clock::now();
-    QTimer::singleShot(
-        std::chrono::ceil<std::chrono::milliseconds>(std::max<std::chrono::nanoseconds>(left, 0ns)),
-        Qt::PreciseTimer, this, &QtMainQueue::runDue);
+    m_coarseTimer.stop();
+    if (!m_delayed.empty()) {
+        const auto left = std::clamp(m_delayed.begin()->first - std::chrono::steady_clock::now(),
+                                     0ns, kLongestWait);
+        m_coarseTimer.start(std::chrono::ceil<std::chrono::milliseconds>(left));
+    }
 }
 
 } // namespace velmorin

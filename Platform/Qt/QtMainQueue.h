@@ -16,7 +16,8 @@
 namespace velmorin {
 
 /// The event loop of the thread that made this object, which must be the main thread. Delays are
-/// kept by a timer of the kernel's, timerfd_create(2): Qt's count in whole milliseconds.
+/// kept by a timer of the kernel's, timerfd_create(2): Qt's count in whole milliseconds. What is
+/// still delayed when the application quits is dropped.
 class QtMainQueue : public QObject, public MainQueue {
     Q_OBJECT
 
@@ -41,6 +42,7 @@ private:
     std::multimap<Time, Block> m_delayed; // keeps the order of insertion among equal times
     int m_timer = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;
+    QTimer m_coarseTimer; ///< When there is no other.
     QTimer m_rest;
 };
 

@@ -35,13 +35,14 @@ protected:
 TEST_P(MainQueueContract, RunsLaterAndInOrder) {
     m_test.queue->async([this] {
         m_ran += "a";
-        m_test.queue->async(note("c"));
+        m_test.queue->async(note("d"));
         m_ran += "a";
     });
-    m_test.queue->async(note("b"));
+    m_test.queue->asyncAfter(std::chrono::seconds(-1), note("b"));
+    m_test.queue->async(note("c"));
     EXPECT_EQ(m_ran, "");
-    EXPECT_TRUE(m_test.workUntil([this] { return m_ran.size() == 4; }));
-    EXPECT_EQ(m_ran, "aabc");
+    EXPECT_TRUE(m_test.workUntil([this] { return m_ran.size() == 5; }));
+    EXPECT_EQ(m_ran, "aabcd");
 }
 
 TEST_P(MainQueueContract, DelaysCountFromTheCall) {

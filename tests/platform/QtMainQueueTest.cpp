@@ -3,6 +3,8 @@
 #include "tests/WaitUntil.h"
 #include "tests/contracts/MainQueueContract.h"
 
+#include <QCoreApplication>
+
 #include <sys/resource.h>
 
 namespace velmorin::test {
@@ -37,13 +39,24 @@ TEST(QtMainQueue, KeepsTheOrderOfWhatIsOverdueTogether) {
     queue.asyncAfter(2ms, note("c"));
     queue.asyncAfter(1ms, [&] {
         ran += "a";
-        queue.asyncAfter(-1ms, note("d")); // on the next turn
+        queue.asyncAfter(-1ms, note("e")); // on the next turn
         queue.asyncAfter(std::chrono::nanoseconds::max(), note("never"));
     });
     queue.asyncAfter(1ms, note("b"));
     std::this_thread::sleep_for(5ms); // a main thread that is busy
-    EXPECT_TRUE(waitUntil([&] { return ran.size() == 4; }));
-    EXPECT_EQ(ran, "abcd");
+    queue.async(note("d"));
+    EXPECT_TRUE(waitUntil([&] { return ran.size() == 5; }));
+    EXPECT_EQ(ran, "abcde");
+}
+
+TEST(QtMainQueue, LetsGoOfWhatIsDelayedWhenTheApplicationQuits) {
+    auto queue = std::make_shared<QtMainQueue>();
+    const std::weak_ptr<QtMainQueue> left = queue;
+    queue->asyncAfter(1h, [queue] {});
+    queue.reset();
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    EXPECT_TRUE(left.expired());
 }
 
 TEST(QtMainQueue, RestsOnceWhenNothingWasRunForAWhile) {
