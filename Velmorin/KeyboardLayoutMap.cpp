@@ -137,14 +137,17 @@ struct Index {
     static constexpr std::size_t sharedSlots =
         std::size_t{2} * 16; ///< of each script, one a bit of the role
 
+    std::array<char16_t, end> english{}; ///< What a unit becomes that is a whole character.
+    std::array<char16_t, end> arabic{};  ///< Likewise.
     std::array<KeyUnit, end + sharedSlots> keys{};
     std::array<ScriptUnit, end + sharedSlots> scripts{};
 
     Index() {
         for (char16_t unit = 0; unit < end; ++unit) {
-            const auto toEnglish = static_cast<char16_t>(unit ^ englishFor(unit));
-            const auto toArabic = static_cast<char16_t>(unit ^ arabicFor(unit));
-            fill(unit, clusterRole(unit), scriptBalance(unit), toEnglish, toArabic);
+            english[unit] = englishFor(unit);
+            arabic[unit] = arabicFor(unit);
+            fill(unit, clusterRole(unit), scriptBalance(unit), unit ^ english[unit],
+                 unit ^ arabic[unit]);
         }
         for (const ClusterRole role : {plain, mark, prepend, control}) {
             fill(sharedSlot(role, 0), role, 0, 0, 0);
@@ -185,7 +188,7 @@ const Index& sharedIndex() {
 /// Units are looked at in blocks first, by vector instructions where the compiler has any: prose
 /// has long runs of units of which nothing but a range need be known. Hence no conditions in what
 /// follows, and 16 bits throughout.
-constexpr qsizetype blockSize = 32;
+constexpr qsizetype blockSize = 64;
 
 constexpr quint16 within(char16_t unit, char16_t first, char16_t last) {
     return static_cast<quint16>(unit - first) <= static_cast<quint16>(last - first);
@@ -196,10 +199,6 @@ constexpr quint16 within(char16_t unit, char16_t first, char16_t last) {
 constexpr quint16 isSimple(char16_t unit) {
     return within(unit, 0x0000, 0x02FF) | within(unit, 0x0606, 0x060F) |
            within(unit, 0x061B, 0x064A) | within(unit, 0x0660, 0x066F);
-}
-
-constexpr quint16 isAscii(char16_t unit) {
-    return unit < 0x0080;
 }
 
 /// 1 for most units that are `plain` or `mark`, 0 for all others.
@@ -226,6 +225,14 @@ Q_NEVER_INLINE bool holdsForAll(const char16_t* units, qsizetype count) {
     for (qsizetype i = 0; i < count; ++i)
         result = static_cast<quint16>(result & test(units[i]));
     return result != 0;
+}
+
+/// Whether a block is ASCII, at the least cost.
+bool isAsciiBlock(const char16_t* units) {
+    quint16 bits = 0;
+    for (qsizetype i = 0; i < blockSize; ++i)
+        bits = static_cast<quint16>(bits | units[i]);
+    return bits < 0x0080;
 }
 
 /// Changes each unit of [begin, end) that is a whole character. To a unit that the tables hold,
@@ -282,15 +289,14 @@ QString substituted(QStringView text) {
 }
 
 /// The same for a text that has only simple units.
-template <char16_t KeyUnit::*change>
-QString substitutedSimply(QStringView text) {
-    const KeyUnit* const keys = sharedIndex().keys.data();
+QString substitutedSimply(QStringView text, const std::array<char16_t, Index::end>& replacements) {
     const char16_t* const units = text.utf16();
     const qsizetype size = text.size();
     QString result(size, Qt::Uninitialized);
     auto* const out = reinterpret_cast<char16_t*>(result.data());
+#pragma GCC unroll 8 // or its speed would hang on where the linker puts so short a loop
     for (qsizetype i = 0; i < size; ++i)
-        out[i] = static_cast<char16_t>(units[i] ^ keys[units[i]].*change);
+        out[i] = replacements[units[i]];
     return result;
 }
 
@@ -345,8 +351,7 @@ ScriptCount countScripts(QStringView text) {
         const char16_t* const block = units + begin;
         const bool isWhole = end - begin == blockSize;
         const bool isSimpleBlock =
-            isWhole ? holdsForAll<isAscii>(block, blockSize) || // a single comparison a unit
-                          holdsForAll<isSimple>(block, blockSize)
+            isWhole ? isAsciiBlock(block) || holdsForAll<isSimple>(block, blockSize)
                     : holdsForAll<isSimple>(block, end - begin);
         ScriptCount part;
         if (isWhole && isSimpleBlock && begin > 0 && isSimple(block[-1]))
@@ -408,8 +413,7 @@ QString convert(QStringView text, FlipMode mode) {
         return text.toString();
     const bool isArabic = count.arabicLessLatin >= 0;
     if (count.isSimple)
-        return isArabic ? substitutedSimply<&KeyUnit::toEnglish>(text)
-                        : substitutedSimply<&KeyUnit::toArabic>(text);
+        return substitutedSimply(text, isArabic ? sharedIndex().english : sharedIndex().arabic);
     return isArabic ? toEnglish(text) : toArabic(text);
 }
 
