@@ -11,6 +11,7 @@ import subprocess
 import sys
 import threading
 import time
+from pathlib import Path
 
 import gi
 
@@ -234,6 +235,11 @@ class Velmorin:
     def ready_again(self):
         """Waits until the next flip would be accepted: 0.3 s after the last one ended."""
         time.sleep(0.35)
+
+    def memory(self, kind):
+        """What of it is in memory, in KiB: RssAnon, its own, or RssFile, of files."""
+        status = Path(f"/proc/{self.process.pid}/status").read_text(encoding="utf-8")
+        return int(re.search(rf"{kind}:\s*(\d+)", status)[1])
 
     def elements(self, role=None):
         """What is on the accessibility bus of the program's window, depth first."""

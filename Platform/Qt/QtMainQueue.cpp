@@ -5,6 +5,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include <sys/timerfd.h>
@@ -16,23 +17,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto kLongestDelay = 24h * 365 * 100;        // no overflow
-constexpr std::chrono::nanoseconds kLongestWait = 24h; // Qt counts the milliseconds in an int
+constexpr auto kLongestDelay = 24h * 365 * 100; // no overflow
 
 } // namespace
 
 QtMainQueue::QtMainQueue(std::chrono::milliseconds restingTime)
     : m_timer(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
-    if (m_timer >= 0) {
-        m_notifier = std::make_unique<QSocketNotifier>(m_timer, QSocketNotifier::Read);
-        connect(m_notifier.get(), &QSocketNotifier::activated, this, &QtMainQueue::runDue);
+    if (m_timer < 0) {
+        qFatal("No timer for the main queue: %s", qUtf8Printable(qt_error_string(errno)));
     }
-    m_coarseTimer.setSingleShot(true);
-    m_coarseTimer.setTimerType(Qt::PreciseTimer);
-    connect(&m_coarseTimer, &QTimer::timeout, this, [this] {
-        runDue();
-        setTimer(); // also when that was too early
-    });
+    connect(&m_notifier, &QSocketNotifier::activated, this, &QtMainQueue::runDue);
     // What waits may own what owns this.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
         const auto dropped = std::exchange(m_delayed, {});
@@ -44,10 +38,8 @@ QtMainQueue::QtMainQueue(std::chrono::milliseconds restingTime)
 }
 
 QtMainQueue::~QtMainQueue() {
-    m_notifier.reset();
-    if (m_timer >= 0) {
-        ::close(m_timer);
-    }
+    m_notifier.setEnabled(false);
+    ::close(m_timer);
 }
 
 void QtMainQueue::async(Block block) {
@@ -101,17 +93,7 @@ void QtMainQueue::setTimer() {
         const auto seconds = std::chrono::floor<std::chrono::seconds>(due);
         setting.it_value = {.tv_sec = seconds.count(), .tv_nsec = (due - seconds).count()};
     }
-    // Also takes back that it has gone off.
-    if (::timerfd_settime(m_timer, TFD_TIMER_ABSTIME, &setting, nullptr) == 0) {
-        return;
-    }
-    // Out of file descriptors when it was made.
-    m_coarseTimer.stop();
-    if (!m_delayed.empty()) {
-        const auto left = std::clamp(m_delayed.begin()->first - std::chrono::steady_clock::now(),
-                                     0ns, kLongestWait);
-        m_coarseTimer.start(std::chrono::ceil<std::chrono::milliseconds>(left));
-    }
+    ::timerfd_settime(m_timer, TFD_TIMER_ABSTIME, &setting, nullptr); // also if it has gone off
 }
 
 } // namespace velmorin

@@ -10,7 +10,6 @@
 
 #include <chrono>
 #include <map>
-#include <memory>
 #include <thread>
 
 namespace velmorin {
@@ -40,9 +39,8 @@ private:
     void setTimer();
 
     std::multimap<Time, Block> m_delayed; // keeps the order of insertion among equal times
-    int m_timer = -1;
-    std::unique_ptr<QSocketNotifier> m_notifier;
-    QTimer m_coarseTimer; ///< When there is no other.
+    int m_timer;
+    QSocketNotifier m_notifier{m_timer, QSocketNotifier::Read};
     QTimer m_rest;
 };
 

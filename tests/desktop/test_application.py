@@ -142,16 +142,13 @@ class Window(ApplicationTest):
             self.second_start()
             self.expect_window()
 
-    def file_pages(self):
-        """Of the program and its libraries, in its memory, in KiB."""
-        status = Path(f"/proc/{self.velmorin.process.pid}/status").read_text(encoding="utf-8")
-        return int(re.search(r"RssFile:\s*(\d+)", status)[1])
-
     def test_without_it_the_hotkey_works_and_less_memory_is_held(self):
         self.velmorin.element("push button", "Clear")  # the window is complete
-        before = self.file_pages()
+        before = self.velmorin.memory("RssFile")
         self.close_window()
-        wait_until(lambda: self.file_pages() < before / 2, "the code of the window to be given back")
+        wait_until(
+            lambda: self.velmorin.memory("RssFile") < before / 2, "the window's code to be given back"
+        )
         self.check_flip()
         self.second_start()
         self.expect_window()

@@ -60,8 +60,12 @@ class DirectPath(FlipTest):
 
     def test_a_million_characters(self):
         editor = self.start(AccessibleEditor, MILLION)
+        before = self.velmorin.memory("RssAnon")
         self.assertIn("  AX set value: OK", self.velmorin.flip("FLIP DONE"))
         editor.expect(to_arabic(MILLION))
+        wait_until(
+            lambda: self.velmorin.memory("RssAnon") < before + 4096, "its memory to be given back"
+        )
 
     def test_digits_and_empty_fields_stay(self):
         self.own_clipboard("before")

@@ -5,8 +5,6 @@
 
 #include <QCoreApplication>
 
-#include <sys/resource.h>
-
 namespace velmorin::test {
 
 using namespace std::chrono_literals;
@@ -16,21 +14,9 @@ MainQueueUnderTest makeQtMainQueue() {
     return {std::make_shared<QtMainQueue>(),
             [](const std::function<bool()>& condition) { return waitUntil(condition); }};
 }
-
-/// One that was made when no file descriptor was left for its timer.
-MainQueueUnderTest makeQtMainQueueWithoutTimer() {
-    rlimit limit{};
-    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    const rlimit none{0, limit.rlim_max};
-    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    MainQueueUnderTest test = makeQtMainQueue();
-    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    return test;
-}
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(QtMainQueue, MainQueueContract,
-                         testing::Values(makeQtMainQueue, makeQtMainQueueWithoutTimer));
+INSTANTIATE_TEST_SUITE_P(QtMainQueue, MainQueueContract, testing::Values(makeQtMainQueue));
 
 TEST(QtMainQueue, KeepsTheOrderOfWhatIsOverdueTogether) {
     QtMainQueue queue;

@@ -7,6 +7,7 @@
 #include "tests/WaitUntil.h"
 
 #include <QGuiApplication>
+#include <QPalette>
 #include <QQuickItem>
 #include <QQuickWindow>
 
@@ -92,6 +93,7 @@ struct MainWindow : testing::Test {
 
 TEST_F(MainWindow, TheWindowDoesNotWaitForItsContents) {
     EXPECT_TRUE(wasShownEmpty);
+    EXPECT_EQ(quickWindow->color(), QGuiApplication::palette().color(QPalette::Window));
     const QList<QQuickItem*> contents = quickWindow->contentItem()->childItems();
     EXPECT_EQ(contents.size(), 1);
     quickWindow->close();
